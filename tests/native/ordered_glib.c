@@ -4,8 +4,11 @@
 // does not know. Loaded before the interpreter, this library stands in front of these functions: what a thread did
 // before it leaves one is done for the thread that comes next.
 #include <dlfcn.h>
-#include <sanitizer/tsan_interface.h>
 #include <stdlib.h>
+
+// Of the sanitizer; the header that declares them comes with some compilers only.
+void __tsan_acquire(void* address);
+void __tsan_release(void* address);
 
 #define EXPORTED __attribute__((visibility("default")))
 

@@ -527,6 +527,22 @@ Bytes layers_with_text() {
     return layers;
 }
 
+TEST(PsdKeeping, ADamagedChannelBesideThePictureIsRefused) {
+    PsdParts parts;
+    parts.channels = 5;
+    parts.compression = 1;
+    const Bytes file = parts.file();
+    const Bytes rows = rows_of(file);
+    const Bytes cut(file.begin(), file.end() - 1);  // within the last row of the last channel
+    try {
+        written(read_header(file), rows, facts_of(file).encoding, kept(cut, true));
+        FAIL() << "nothing is refused";
+    } catch (const PictureError& error) {
+        EXPECT_EQ(error.kind(), Failure::kDamaged);
+        EXPECT_EQ(std::string(error.what()).rfind("a channel beside the picture: ", 0), 0U) << error.what();
+    }
+}
+
 TEST(PsdKeeping, AnUnchangedPictureKeepsItsSectionsByteForByte) {
     for (const unsigned compression : {0U, 1U, 2U, 3U}) {
         for (const int version : {1, 2}) {
@@ -555,7 +571,7 @@ TEST(PsdKeeping, AnUnchangedPictureKeepsItsSectionsByteForByte) {
                 for (const auto& plane : open_psd_planes(memory_source(of), found, kLast, nullptr)) {
                     for (int32_t y = 0; y < found.height; y++) {
                         Bytes row(found.row_bytes());
-                        plane->read(row);
+                        EXPECT_TRUE(plane->read(row)) << plane->fault();
                         put(planes, row);
                     }
                 }

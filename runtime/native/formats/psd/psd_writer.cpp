@@ -219,7 +219,9 @@ class PsdWriter final : public RowWriter {
         for (const auto& plane : open_psd_planes(m_kept.source, m_file, numbers, nullptr)) {
             add_coders(m_composite, 1);
             for (int32_t y = 0; y < m_header.height; y++) {
-                plane->read(m_plane);
+                if (!plane->read(m_plane)) {
+                    throw PictureError(Failure::kDamaged, "a channel beside the picture: " + plane->fault());
+                }
                 m_composite.back()->add(m_plane);
             }
         }

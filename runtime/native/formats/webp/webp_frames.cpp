@@ -131,7 +131,7 @@ class WebpFrames final : public FrameSource {
         assert(index < count());
         const std::lock_guard lock(m_mutex);
         if (!m_file.animated) {
-            return still(1);
+            return still_rows(1);
         }
         RowsHeader header = rows_header();
         const size_t step = m_form.pixel_size();
@@ -167,7 +167,7 @@ class WebpFrames final : public FrameSource {
             return open(index);
         }
         const std::lock_guard lock(m_mutex);
-        return still(divisor);
+        return still_rows(divisor);
     }
 
  private:
@@ -206,7 +206,7 @@ class WebpFrames final : public FrameSource {
         return header;
     }
 
-    std::unique_ptr<RowReader> still(int divisor) const {
+    std::unique_ptr<RowReader> still_rows(int divisor) const {
         RowsHeader header = rows_header();
         header.width /= divisor;
         header.height /= divisor;

@@ -215,7 +215,7 @@ void RecordCanvas::fill(const Outline& outline, FillRule rule, const Paint& pain
 }
 
 void RecordCanvas::stroke(const Outline& outline, const Stroke& stroke, const Paint& paint, bool smooth) {
-    if (keeps([=, this](Canvas& canvas) { canvas.stroke(outline, stroke, paint, smooth); })) {
+    if (keeps([=](Canvas& canvas) { canvas.stroke(outline, stroke, paint, smooth); })) {
         return;
     }
     if (outline.empty() || !(paint.opacity > 0)) {
