@@ -178,7 +178,7 @@ def test_how_a_polygon_repeats_its_side(layout: Layout, one: int, two: int, next
     before, after = (0, 4) if layout.version >= 1300 else (4, 0)
     numbers = bytes(before) + layout.pack("III", 5, one, two) + bytes(after) + layout.pack("dd", 0.75, 1.25)
     polygon = first(shaped(layout, 0x14, curve_of(layout), (0x2AF8, numbers + layout.lengths(0.5, -0.25))),
-                   "CdrPolygonTransform")
+                    "CdrPolygonTransform")
     expected = {"num_angles": 5, "next_point": next_point, "rx": 0.75, "ry": 1.25, "cx": 0.5, "cy": -0.25}
     assert told(polygon, expected) == expected
 

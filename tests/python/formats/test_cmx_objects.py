@@ -262,8 +262,6 @@ def test_tiles_of_long_files() -> None:
             assert (style.color1.value, style.color2.value) == (0xFF0000, 0x0000FF)
 
 
-
-
 @pytest.mark.parametrize("size", [-5, 0, 3])
 def test_commands_shorter_than_their_head_are_passed_over(size: int) -> None:
     square = cmx_rectangle(0, 0, 0.5, 0.5, 1)

@@ -1,4 +1,4 @@
-"""The parts of EPS files: comments in all forms, dates, previews and thumbnails, and what is written, letter by letter."""
+"""The parts of EPS files: comments in all forms, dates, previews, thumbnails, and what is written, letter by letter."""
 
 from __future__ import annotations
 
@@ -301,7 +301,8 @@ def runs_of(pixels: Pixels) -> bytes:
 
 
 PATTERNS = {
-    "noise": noise(3, width=37, height=40), "gray": noise(1, width=33, height=35), "zeros": np.zeros((40, 40), np.uint8),
+    "noise": noise(3, width=37, height=40), "gray": noise(1, width=33, height=35),
+    "zeros": np.zeros((40, 40), np.uint8),
     "one": np.full((1, 1), 7, np.uint8), "long": np.full((3, 300), 9, np.uint8),
     **{f"runs of {count}": np.concatenate([np.full(count, 5), np.arange(count) % 251, np.full(3, 8), [1, 2, 2, 3]])[
         None].astype(np.uint8) for count in (2, 3, 127, 128, 129, 130, 255, 256, 257)}}

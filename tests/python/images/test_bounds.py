@@ -192,8 +192,8 @@ MEMBERS: dict[str, tuple[Callable[[Any], Any], Iterable[Any], Iterable[Any]]] = 
     "resolution down of a file": (saved(resolution_down), [1e-3, 1e6], FRACTIONS[1]),
     "bits of BMP": (bmp, [24, 32], [0, 2, 15, 25, 33, 64]),
     "resolution of BMP": (lambda value: bmp(24, value), [1e-3, 1e9], [0.0, -1.0, float("nan"), 1.0000001e9]),
-    "resolution down of BMP": (lambda value: bmp(24, 96.0, value), [1e-3, 1e9], [0.0, -1.0, float("nan"),
-                                                                               1.0000001e9]),
+    "resolution down of BMP": (lambda value: bmp(24, 96.0, value), [1e-3, 1e9],
+                               [0.0, -1.0, float("nan"), 1.0000001e9]),
     "tiles": (saved(tiles), [(16, 16), (32768, 16), (16, 32768), (0, 0)], [
         (0, 16), (16, 0), (8, 16), (16, 8), (17, 16), (16, 17), (32784, 16), (16, 32784)]),
     "quality in PDF": (saved(pdf_quality), [1, 100], [0, 101]),

@@ -1,4 +1,4 @@
-"""What PNG files say of their colors by numbers: which of it is sRGB, which makes no sense, and what the others mean."""
+"""What PNG files say of their colors by numbers: what is sRGB, what makes no sense, and what the others mean."""
 
 from __future__ import annotations
 

@@ -125,7 +125,7 @@ WEIGHTS = [0, 5, 9, 13, 15, 18, 20, 25, 30, 35]
 
 @pytest.mark.parametrize("weight", WEIGHTS[1:])
 def test_the_nearest_weight_of_a_line(weight: int) -> None:
-    """Hundredths of a millimeter, of those that the format has: a bit more, a bit less, and on both sides of a middle."""
+    """Hundredths of a millimeter, of those that the format has: that one, and on both sides of a middle."""
     def weight_of(hundredths: float) -> int:
         line = ('<path d="M10 10C40 90 80 -40 110 80" fill="none" stroke="#000" '
                 f'stroke-width="{hundredths * 96 / 2540}"/>')

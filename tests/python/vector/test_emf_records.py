@@ -139,8 +139,8 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
 
     "mix": (FILLED + RECTANGLE + emf_record(20, words(7)) + brush(2, GREEN) + box(43, 40, 40, 81, 81),
             {(30, 30): RED, (50, 50): 0xFFFF00, (70, 70): 0xFF00FF}),
-    "mix of a line": (emf_record(20, words(6)) + emf_record(25, words(colorref(GREEN))) + pen(2, BLUE, 3) + points32(4, [(10, 40), (80, 40)]),
-                      {(40, 40): BLACK, (40, 50): WHITE}),
+    "mix of a line": (emf_record(20, words(6)) + emf_record(25, words(colorref(GREEN))) + pen(2, BLUE, 3)
+                      + points32(4, [(10, 40), (80, 40)]), {(40, 40): BLACK, (40, 50): WHITE}),
     "hatch": (select(NULL_PEN) + brush(1, RED, 2, 0) + emf_record(18, words(1)) + box(43, 0, 0, 97, 97),
               {(40, 0): RED, (40, 8): RED, (40, 4): WHITE}),
     "hatch over its background": (select(NULL_PEN) + brush(1, RED, 2, 1) + emf_record(25, words(colorref(GREEN)))

@@ -151,7 +151,8 @@ def test_a_pattern_from_any_origin(origin: tuple[int, int]) -> None:
 
 # ---- Bitmaps
 
-COLORS = np.array([[0xFF0000, 0x00FF00, 0x0000FF, 0xFFFFFF, 0x000000], [0x102030, 0x405060, 0x708090, 0xA0B0C0, 0xF8E0D0],
+COLORS = np.array([[0xFF0000, 0x00FF00, 0x0000FF, 0xFFFFFF, 0x000000],
+                   [0x102030, 0x405060, 0x708090, 0xA0B0C0, 0xF8E0D0],
                    [0x808080, 0x008080, 0x800080, 0x808000, 0x400000]])
 PLACES = np.arange(15).reshape(3, 5)  # of each color in a palette
 PALETTE = COLORS.ravel().tolist()
@@ -168,8 +169,8 @@ def packed(bits: int, indices: Pixels) -> bytes:
 
 
 def words_of(values: Pixels, size: int) -> bytes:
-    return b"".join(b"".join(int(each).to_bytes(size, "little") for each in row).ljust(-(-size * len(row) // 4) * 4, b"\0")
-                    for row in values[::-1])
+    rows = [b"".join(int(each).to_bytes(size, "little") for each in row) for row in values[::-1]]
+    return b"".join(row + bytes(-len(row) % 4) for row in rows)
 
 
 FIVE = (COLORS >> 19 & 31) << 10 | (COLORS >> 11 & 31) << 5 | COLORS >> 3 & 31
@@ -266,7 +267,8 @@ def test_a_mask_chooses_between_two_operations() -> None:
         def result(code: int) -> Any:
             return {0xCC: COLORS, 0xAA: np.full_like(COLORS, WHITE), 0x33: COLORS ^ 0xFFFFFF, 0x00: 0 * COLORS,
                     0xFF: 0 * COLORS + WHITE, 0x55: 0 * COLORS}[code]
-        assert np.array_equal(found, page_with(np.where(PLACES % 2 == 1, result(foreground), result(background)), 20, 30))
+        expected = np.where(PLACES % 2 == 1, result(foreground), result(background))
+        assert np.array_equal(found, page_with(expected, 20, 30))
 
 
 @pytest.mark.parametrize("mode", [0, 1])
