@@ -199,3 +199,59 @@ def test_the_memory_of_the_decoder_is_counted() -> None:
     image = RasterImage._cast_to(Image.load(io.BytesIO(data), limit)).value
     with managed_error("ImageLoadException", f"its pixels need {5 * picture.size + len(data)} bytes of memory"):
         image.get_argb_32_pixel(0, 0)
+
+
+def pattern(kind: str, width: int, height: int, top: int) -> Any:
+    """Runs, ramps, edges and noise: what the coder treats each in its own way."""
+    random = np.random.default_rng(width * 31 + height)
+    rows, columns = np.mgrid[0:height, 0:width]
+    return {"flat": np.full((height, width), top // 3), "stripes": columns // 5 % 2 * top,
+            "rows": rows // 2 % 2 * top, "ramp": (columns * 3 + rows * 5) % (top + 1),
+            "blocks": (columns // 7 + rows // 3) * 37 % (top + 1), "noise": random.integers(0, top + 1, (height, width)),
+            "dots": (random.random((height, width)) < 0.03) * top,
+            "walk": np.abs(np.cumsum(random.integers(-2, 3, (height, width)), 1)) % (top + 1)}[kind]
+
+
+SIZES = [(1, 1), (1, 17), (17, 1), (2, 3), (64, 5), (33, 40), (300, 3)]
+
+
+@pytest.mark.parametrize("error", [0, 1, 2, 7])
+@pytest.mark.parametrize("bits", [2, 4, 7, 8, 12, 16])
+@pytest.mark.parametrize("kind", ["flat", "stripes", "rows", "ramp", "blocks", "noise", "dots", "walk"])
+def test_every_kind_of_neighbors(kind: str, bits: int, error: int) -> None:
+    """In each way to code a sample, with and without a loss; the encoder is another one."""
+    top = (1 << bits) - 1
+    if 2 * error > top:
+        error = 0
+    for width, height in SIZES:
+        stored = pattern(kind, width, height, top)
+        spread = (stored * 65535 + top // 2) // top
+        data = saved(deep_image(spread), options(bits_per_channel=bits, jpeg_ls_allowed_lossy_error=error))
+        shown = samples(data).reshape(stored.shape)
+        wide = 255 if bits <= 8 else 65535
+        found = (shown * top + wide // 2) // wide
+        assert np.abs(found - stored).max() <= error, (width, height)
+        assert np.array_equal(shown, (found * wide + top // 2) // top)
+
+
+@pytest.mark.parametrize("mode", list(JpegLsInterleaveMode))
+@pytest.mark.parametrize("error", [0, 3])
+@pytest.mark.parametrize("kinds", [("flat", "flat", "noise"), ("walk", "flat", "dots"), ("stripes", "rows", "blocks")])
+def test_components_of_different_kinds(kinds: tuple[str, ...], error: int, mode: JpegLsInterleaveMode) -> None:
+    for width, height in SIZES:
+        picture = np.stack([pattern(kind, width, height, 255) for kind in kinds], -1).astype(np.uint8)
+        data = saved(image_of(picture), options(jpeg_ls_interleave_mode=mode, jpeg_ls_allowed_lossy_error=error))
+        assert np.abs(samples(data) - picture).max() <= error, (width, height)
+
+
+@pytest.mark.parametrize(("thresholds", "reset"), [((1, 1, 1), 3), ((2, 5, 11), 8), ((4, 9, 25), 31),
+                                                   ((30, 100, 255), 255), ((3, 7, 21), 64)])
+@pytest.mark.parametrize("kind", ["noise", "walk", "dots", "ramp"])
+def test_presets(kind: str, thresholds: tuple[int, int, int], reset: int) -> None:
+    preset = JpegLsPresetCodingParameters()
+    preset.maximum_sample_value, preset.reset_value = 255, reset
+    preset.threshold1, preset.threshold2, preset.threshold3 = thresholds
+    for width, height in SIZES:
+        picture = pattern(kind, width, height, 255).astype(np.uint8)
+        chosen = options(jpeg_ls_preset=preset, color_type=JpegCompressionColorMode.GRAYSCALE)
+        assert np.array_equal(samples(saved(image_of(picture), chosen))[..., 0], picture), (width, height)
