@@ -207,7 +207,8 @@ def pattern(kind: str, width: int, height: int, top: int) -> Any:
     rows, columns = np.mgrid[0:height, 0:width]
     return {"flat": np.full((height, width), top // 3), "stripes": columns // 5 % 2 * top,
             "rows": rows // 2 % 2 * top, "ramp": (columns * 3 + rows * 5) % (top + 1),
-            "blocks": (columns // 7 + rows // 3) * 37 % (top + 1), "noise": random.integers(0, top + 1, (height, width)),
+            "blocks": (columns // 7 + rows // 3) * 37 % (top + 1),
+            "noise": random.integers(0, top + 1, (height, width)),
             "dots": (random.random((height, width)) < 0.03) * top,
             "walk": np.abs(np.cumsum(random.integers(-2, 3, (height, width)), 1)) % (top + 1)}[kind]
 
