@@ -101,8 +101,8 @@ def test_a_palette(alpha: bool) -> None:
     columns = 4 if alpha else 3
     colors = [[1, 2, 3, 255], [40, 50, 60, 7], [255, 0, 128, 255]]
     table = b"".join(bytes(color[:columns]) for color in colors)
-    assert found[b"pclr"][:3 + columns] == struct.pack(">HB", len(found[b"pclr"][3 + columns:]) // columns,
-                                                      columns) + bytes([7] * columns)
+    entries = (len(found[b"pclr"]) - 3 - columns) // columns
+    assert found[b"pclr"][:3 + columns] == struct.pack(">HB", entries, columns) + bytes([7] * columns)
     assert found[b"pclr"][3 + columns:].startswith(table)
     assert found[b"cmap"] == b"".join(struct.pack(">HBB", 0, 1, i) for i in range(columns))
     assert found.get(b"cdef") == (channels((0, 0, 1), (1, 0, 2), (2, 0, 3), (3, 1, 0)) if alpha else None)
@@ -124,8 +124,8 @@ def test_resolutions(across: float, down: float) -> None:
     (kind, content), = boxes(header(saved(noise(3, width=WIDTH, height=HEIGHT), made))[b"res "])
     assert kind == b"resc"
     down_up, down_below, across_up, across_below, down_power, across_power = struct.unpack(">4H2b", content)
-    for dots, up, below, power in ((down, down_up, down_below, down_power), (across, across_up, across_below,
-                                                                            across_power)):
+    for dots, up, below, power in ((down, down_up, down_below, down_power),
+                                   (across, across_up, across_below, across_power)):
         number, least_power = Fraction(dots) / Fraction("0.0254"), 0
         while number > 65535:
             number, least_power = number / 10, least_power + 1
