@@ -8,7 +8,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 
 // Of what only earns a warning, the most frequent: a source that fails for one is compiled a second time (compile.sh).
@@ -22,19 +21,32 @@
 
 namespace zelmor_mutants {
 
+// What a process was started with: each variable ends with a zero. Read without streams, which a library that is just
+// being loaded may not have yet.
+inline std::string environment_of(const std::string& process) {
+    std::string text;
+    const int file = ::open(("/proc/" + process + "/environ").c_str(), O_RDONLY | O_CLOEXEC);
+    char piece[4096];
+    for (ssize_t count = 0; file >= 0 && (count = ::read(file, piece, sizeof piece)) > 0;) {
+        text.append(piece, static_cast<size_t>(count));
+    }
+    if (file >= 0) {
+        ::close(file);
+    }
+    return text;
+}
+
 // A variable of the environment; empty if it is not set. The runtime starts its helper programs without an environment,
 // so that theirs is that of the process that started them.
 inline std::string variable(const std::string& name) {
     if (const char* const text = std::getenv(name.c_str())) {
         return text;
     }
-    std::ifstream parent("/proc/" + std::to_string(::getppid()) + "/environ");
-    for (std::string entry; ::environ[0] == nullptr && std::getline(parent, entry, '\0');) {
-        if (entry.rfind(name + '=', 0) == 0) {
-            return entry.substr(name.size() + 1);
-        }
-    }
-    return {};
+    const std::string own = environment_of("self");
+    const std::string entries = '\0' + (own.empty() ? environment_of(std::to_string(::getppid())) : own);
+    const std::string begin = '\0' + name + '=';
+    const size_t at = entries.find(begin);
+    return at == std::string::npos ? std::string() : entries.c_str() + at + begin.size();
 }
 
 // The file named by ZELMOR_MUTANTS_REACHED has a byte for each change, which becomes 1 when its place is reached. A
