@@ -1,4 +1,4 @@
-"""Every pixel of EMF+ drawings, beside arrays: pixels of images in all formats, clips, regions, maps, dashes and fills."""
+"""Every pixel of EMF+ drawings, beside arrays: images in all formats, clips, regions, maps, dashes and fills."""
 
 from __future__ import annotations
 
@@ -26,8 +26,8 @@ def shown(*records: bytes) -> Pixels:
 
 
 def fill(color: int, *rects: Rect) -> bytes:
-    return plus_record(0x400A, 0x8000, words(OPAQUE | color, len(rects)) + floats(*[each for rect in rects
-                                                                                 for each in rect]))
+    flat = [each for rect in rects for each in rect]
+    return plus_record(0x400A, 0x8000, words(OPAQUE | color, len(rects)) + floats(*flat))
 
 
 EVERYTHING = fill(RED, (0, 0, SIDE, SIDE))
