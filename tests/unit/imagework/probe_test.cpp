@@ -135,6 +135,88 @@ TEST(ProbeTest, SizesOfMetafiles) {
     EXPECT_EQ(facts.height, 64);
 }
 
+TEST(ProbeTest, SizesOfEnhancedMetafilesComeFromTheFrameOrTheBounds) {
+    const auto number = [](int32_t value) { return std::string(reinterpret_cast<const char*>(&value), 4); };
+    struct Emf {
+        std::array<int32_t, 4> bounds, frame;
+        std::array<int32_t, 4> device;  // in pixels, and in millimeters
+        int64_t width, height;
+    };
+    for (const Emf& c : {
+             Emf{{0, 0, 9, 9}, {0, 0, 2540, 1270}, {9600, 9600, 2540, 2540}, 96, 48},
+             Emf{{0, 0, 9, 9}, {100, 300, 2640, 1570}, {9600, 9600, 2540, 2540}, 96, 48},
+             Emf{{0, 0, 9, 9}, {-200, -70, 2340, 1200}, {0, 0, 0, 0}, 96, 48},
+             Emf{{0, 0, 9, 9}, {0, 0, 2646, 1323}, {0, 0, 0, 0}, 100, 50},  // of 100 by 50 pixels, rounded
+             Emf{{0, 0, 9, 9}, {0, 0, 2660, 1300}, {0, 0, 0, 0}, 101, 50},  // parts of a pixel count as one
+             Emf{{3, 5, 98, 52}, {0, 0, 0, 0}, {9600, 9600, 2540, 2540}, 96, 48},
+             Emf{{3, 5, 98, 52}, {7, 0, 7, 9}, {9600, 4800, 2540, 2540}, 96, 96},
+             Emf{{3, 5, 98, 52}, {7, 9, 9, 9}, {4800, 9600, 2540, 2540}, 192, 48},
+             Emf{{3, 5, 98, 52}, {0, 0, 0, 0}, {9600, 9600, 5080, 1270}, 192, 24},
+             Emf{{3, 5, 98, 52}, {0, 0, 0, 0}, {0, 9600, 5080, 1270}, 96, 48},
+             Emf{{3, 5, 98, 52}, {0, 0, 0, 0}, {9600, 0, 5080, 1270}, 96, 48},
+             Emf{{3, 5, 98, 52}, {0, 0, 0, 0}, {9600, 9600, 0, 1270}, 96, 48},
+             Emf{{3, 5, 98, 52}, {0, 0, 0, 0}, {9600, 9600, 5080, 0}, 96, 48},
+             Emf{{9, 9, 0, 0}, {0, 0, 0, 0}, {9600, 9600, 2540, 2540}, 0, 0},
+         }) {
+        std::string file = number(1) + number(88);
+        for (const auto& box : {c.bounds, c.frame}) {
+            for (const int32_t side : box) {
+                file += number(side);
+            }
+        }
+        file += " EMF" + std::string(28, '\0');
+        for (const int32_t side : c.device) {
+            file += number(side);
+        }
+        const FileFacts facts = probe(std::vector<uint8_t>(file.begin(), file.end()));
+        EXPECT_TRUE(facts.readable && facts.has_alpha);
+        EXPECT_EQ(facts.bits_per_pixel, 32);
+        EXPECT_EQ(std::pair(facts.width, facts.height), std::pair(c.width, c.height)) << file.size();
+        const std::string cut = file.substr(0, 87);
+        EXPECT_FALSE(probe(std::vector<uint8_t>(cut.begin(), cut.end())).readable);
+    }
+}
+
+TEST(ProbeTest, SizesOfWindowsMetafilesComeFromTheFrameOrTheWindow) {
+    using namespace std::string_literals;
+    const auto word = [](int32_t value) { return std::string(reinterpret_cast<const char*>(&value), 2); };
+    const std::string header = "\1\0\x09\0\0\3"s + std::string(12, '\0');
+    const auto facts_of = [](const std::string& file) { return probe(std::vector<uint8_t>(file.begin(), file.end())); };
+    const auto framed = [&](int left, int top, int right, int bottom, int inch) {
+        return "\xD7\xCD\xC6\x9A"s + word(0) + word(left) + word(top) + word(right) + word(bottom) + word(inch) +
+               std::string(6, '\0') + header;
+    };
+    const auto size_of = [&](const std::string& file) {
+        const FileFacts facts = facts_of(file);
+        return std::pair(facts.width, facts.height);
+    };
+    EXPECT_EQ(size_of(framed(0, 0, 1440, 720, 1440)), std::pair(int64_t{96}, int64_t{48}));
+    EXPECT_EQ(size_of(framed(100, -300, 1540, 420, 1440)), std::pair(int64_t{96}, int64_t{48}));
+    EXPECT_EQ(size_of(framed(1540, 420, 100, -300, 1440)), std::pair(int64_t{96}, int64_t{48}));  // turned round
+    EXPECT_EQ(size_of(framed(0, 0, 101, 50, 192)), std::pair(int64_t{51}, int64_t{25}));
+    EXPECT_EQ(size_of(framed(0, 0, 100, 50, 0)), std::pair(int64_t{100}, int64_t{50}));  // as many as usual
+    EXPECT_TRUE(facts_of(framed(0, 0, 9, 9, 96)).readable);
+    EXPECT_FALSE(facts_of(framed(0, 0, 9, 9, 96).substr(0, 39)).readable);
+
+    const std::string other = "\4\0\0\0\2\1\0\0"s, window = "\5\0\0\0\x0C\2"s + word(-64) + word(320);
+    EXPECT_EQ(size_of(header + window), std::pair(int64_t{320}, int64_t{64}));
+    std::string many = header;
+    for (int i = 0; i < 63; ++i) {
+        many += other;
+    }
+    EXPECT_EQ(size_of(many + window), std::pair(int64_t{320}, int64_t{64}));
+    EXPECT_EQ(size_of(many + other + window), std::pair(int64_t{0}, int64_t{0}));              // looked for so far only
+    EXPECT_EQ(size_of(header + "\2\0\0\0\2\1"s + window), std::pair(int64_t{0}, int64_t{0}));  // no record so short
+    EXPECT_EQ(size_of(header + window.substr(0, 9)), std::pair(int64_t{0}, int64_t{0}));
+    EXPECT_TRUE(facts_of(header).readable);
+    EXPECT_FALSE(facts_of(header.substr(0, 17)).readable);
+    for (const auto& [begin, known] : {std::pair("\1\0\x09\0\0\1"s, true), std::pair("\2\0\x09\0\0\3"s, true),
+                                       std::pair("\3\0\x09\0\0\3"s, false), std::pair("\0\0\x09\0\0\3"s, false),
+                                       std::pair("\1\0\x08\0\0\3"s, false), std::pair("\1\0\x09\0\0\2"s, false)}) {
+        EXPECT_EQ(facts_of(begin + std::string(12, '\0')).format == Format::kWmf, known);
+    }
+}
+
 // The version in its first directory makes a TIFF a DNG, which has a raw picture.
 TEST(ProbeTest, ADngIsToldFromATiff) {
     using namespace std::string_literals;
