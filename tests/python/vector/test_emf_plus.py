@@ -47,6 +47,11 @@ def bitmap(rows: list[list[int]]) -> bytes:
     return (VERSION + words(1, len(rows[0]), len(rows), stride, 0x21808, 0) + rows24(list(reversed(rows))))
 
 
+def hatch(style: int) -> bytes:
+    """Lines of red on green: rows (0) or columns (1), eight pixels from each other."""
+    return plus_object(1, BRUSH, VERSION + words(1, style, OPAQUE | RED, OPAQUE | GREEN))
+
+
 SQUARE = plus_path([(20, 20), (60, 20), (60, 60), (20, 60)], [0, 1, 1, 0x81])
 FOUR = bitmap([[RED, GREEN], [BLUE, BLACK]])
 
@@ -82,8 +87,19 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
     "short rectangles": (plus(plus_record(0x400A, 0xC000, words(OPAQUE | RED, 1) + struct.pack("<4h", 20, 20, 9, 9))),
                          {(20, 20): RED, (29, 29): WHITE}),
     "brush": (plus(plus_object(1, BRUSH, solid_brush(BLUE)), fill_with(1, 20, 20, 10, 10)), {(25, 25): BLUE}),
-    "hatch": (plus(plus_object(1, BRUSH, VERSION + words(1, 0, OPAQUE | RED, OPAQUE | GREEN)), fill_with(1)),
+    "hatch": (plus(hatch(0), fill_with(1)),
               {(40, 0): RED, (40, 4): GREEN, (40, 8): RED}),
+    "hatch from its origin": (plus(hatch(0), plus_record(0x401D, 0, words(3, 5)), fill_with(1)),
+                              {(40, 5): RED, (40, 4): GREEN, (40, 0): GREEN, (40, 93): RED}),
+    "hatch from an origin outside": (plus(hatch(1), plus_record(0x401D, 0, words(-3, 70000)), fill_with(1)),
+                                     {(5, 40): RED, (0, 40): GREEN, (93, 40): RED, (94, 40): GREEN}),
+    "hatch from an origin that is saved": (
+        plus(hatch(0), plus_record(0x401D, 0, words(0, 2)), plus_record(0x4025, 0, words(3)),
+             plus_record(0x401D, 0, words(0, 4)), fill_with(1, 0, 0, 48, 96), plus_record(0x4026, 0, words(3)),
+             fill_with(1, 48, 0, 48, 96)), {(40, 4): RED, (40, 2): GREEN, (60, 2): RED, (60, 4): GREEN}),
+    "hatch of a terminal server": (
+        plus(hatch(0), plus_record(0x4039, 0, struct.pack("<4B2hH2B6f", 0, 0, 0, 0, 0, 6, 0, 0, 0, 1, 0, 0, 1, 0, 0)),
+             fill_with(1)), {(40, 6): RED, (40, 0): GREEN, (40, 14): RED}),
     "texture": (plus(plus_object(1, BRUSH, VERSION + words(2, 0, 0) + FOUR), fill_with(1)),
                 {(0, 0): RED, (1, 0): GREEN, (0, 1): BLUE, (2, 2): RED}),
     "moved texture": (plus(plus_object(1, BRUSH, VERSION + words(2, 2, 0) + floats(1, 0, 0, 1, 1, 0) + FOUR),

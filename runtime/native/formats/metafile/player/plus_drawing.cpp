@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "generated/runtime/Zelmor.Imaging.Brushes.h"
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "runtime/native/behaviors/drawing/pens.h"
@@ -67,6 +68,16 @@ drawwork::PixelArea PlusPlayer::area_of(const Outline& outline) const {
     return {int32_t(x), int32_t(y), int32_t(right - x), int32_t(bottom - y)};
 }
 
+std::optional<Paint> PlusPlayer::paint_with(const PlusBrush& brush, const drawwork::PixelArea& area) const {
+    auto paint = plus_paint(brush, {canvas_map(), area});
+    if (paint && brush.brush && is_a(brush.brush->type(), api::Brushes::HatchBrush::kType)) {
+        const PointD origin = m_space.to_canvas.apply(state.hatch_origin);
+        const auto within = [](double at, int32_t size) { return std::fmod(std::round(at), size); };
+        paint->placing = Affine::translation(within(origin.x, paint->width), within(origin.y, paint->height));
+    }
+    return paint;
+}
+
 PlusBrush PlusPlayer::brush_in(const ManagedObject& record) const {
     const int64_t id = whole_in(record, "BrushId");
     if (flag_in(record, "IsColor")) {
@@ -85,7 +96,7 @@ void PlusPlayer::fill(const Outline& world, FillRule rule, const PlusBrush& brus
     if (area.width == 0) {
         return;
     }
-    if (const auto paint = plus_paint(brush, {canvas_map(), area})) {
+    if (const auto paint = paint_with(brush, area)) {
         use_clip();
         const drawwork::Copying copying(m_canvas, state.copies);
         m_canvas.fill(outline, rule, *paint, m_rendering.smooth);
@@ -119,7 +130,7 @@ void PlusPlayer::stroke(const Outline& world, int64_t pen_id) {
     if (area.width == 0) {
         return;
     }
-    if (const auto paint = plus_paint(pen.brush, {to_canvas, area})) {
+    if (const auto paint = paint_with(pen.brush, area)) {
         use_clip();
         const drawwork::Copying copying(m_canvas, state.copies);
         m_canvas.save();  // an inset pen clips
@@ -238,7 +249,7 @@ void PlusPlayer::text(const std::u16string& text, const ManagedObject& font_data
     if (area.width == 0) {
         area = area_of(transformed({rectangle_contour(m_space.bounds)}, m_space.to_canvas));
     }
-    const auto paint = plus_paint(brush, {canvas_map(), area});
+    const auto paint = paint_with(brush, area);
     if (!paint) {
         return;
     }
@@ -278,8 +289,8 @@ void PlusPlayer::glyphs(const ManagedObject& record) {
         return;
     }
     const Affine to_canvas = map_in(record, "TransformMatrix").then(canvas_map());
-    const auto paint = plus_paint(
-        brush_in(record), {canvas_map(), area_of(transformed({rectangle_contour(m_space.bounds)}, m_space.to_canvas))});
+    const auto paint =
+        paint_with(brush_in(record), area_of(transformed({rectangle_contour(m_space.bounds)}, m_space.to_canvas)));
     if (!paint) {
         return;
     }

@@ -123,20 +123,15 @@ void clip_object(PlusPlayer& player, Played record, bool is_path) {
     }
 }
 
-void set_text_hint(PlusPlayer& player, int64_t hint) {
-    enum : int64_t { kSystem, kBitsFit, kBits, kSmoothFit, kSmooth, kClearFit };
-    player.state.smooth_text = hint != kBitsFit && hint != kBits;
-    player.state.hinted = hint == kBitsFit || hint == kSmoothFit || hint == kClearFit;
-}
 void set_offset(PlusPlayer& player, int64_t mode) {
     enum : int64_t { kHighQuality = 2, kHalf = 4 };
     player.state.half_pixels = mode == kHighQuality || mode == kHalf;
 }
 
 void set_terminal_state(PlusPlayer& player, Played record) {
-    set_text_hint(player, whole_in(record, "TextRenderHint"));
     set_offset(player, whole_in(record, "PixelOffset"));
     player.state.copies = whole_in(record, "CompositingMode") == 1;
+    player.state.hatch_origin = {number_in(record, "RenderOriginX"), number_in(record, "RenderOriginY")};
     player.state.world = map_in(record, "WorldToDevice");
     player.state.page_unit = 2;
     player.state.page_scale = 1;
@@ -190,8 +185,10 @@ const std::unordered_map<std::string_view, PlusHandler>& plus_handlers() {
         {"EmfPlusDrawString", &draw_string},
         {"EmfPlusDrawDriverString", [](PlusPlayer& p, Played r) { p.glyphs(r); }},
 
-        {"EmfPlusSetTextRenderingHint",
-         [](PlusPlayer& p, Played r) { set_text_hint(p, whole_in(r, "TextRenderingHint")); }},
+        {"EmfPlusSetRenderingOrigin",
+         [](PlusPlayer& p, Played r) {
+             p.state.hatch_origin = {number_in(r, "X"), number_in(r, "Y")};
+         }},
         {"EmfPlusSetInterpolationMode",
          [](PlusPlayer& p, Played r) { p.state.interpolation = whole_in(r, "InterpolationMode"); }},
         {"EmfPlusSetCompositingMode",

@@ -21,7 +21,7 @@ struct PlusState {
     RegionTree clip = infinite_region();  // in pixels
     bool half_pixels = false;             // whole coordinates are the corners of pixels, for lines too
     int64_t interpolation = 0;
-    bool smooth_text = true, hinted = false;
+    PointD hatch_origin;  // in pixels of the device; hatches are repeated from there on
     bool copies = false;  // fills and lines replace what is there
 };
 
@@ -69,6 +69,7 @@ class PlusPlayer {
  private:
     void use_clip() { m_clip.use({state.clip}); }
     drawwork::PixelArea area_of(const Outline& canvas_outline) const;
+    std::optional<Paint> paint_with(const PlusBrush& brush, const drawwork::PixelArea& area) const;
 
     Canvas& m_canvas;
     CanvasClip& m_clip;
