@@ -510,6 +510,7 @@ def selection(**properties: object) -> TiffOptions:
     (lambda: MultiPageOptions(IntRange(1, 2)), [1, 2]),
     (lambda: MultiPageOptions.create_with_int_ranges([IntRange(2, 1), IntRange(0, 2)]), [2, 0, 1]),
     (lambda: MultiPageOptions(IntRange(0, 2, 2)), [0, 2]),
+    (lambda: MultiPageOptions(ranges=[IntRange(2, 1), IntRange(0, 2)]), [2, 0, 1]),
     (lambda: MultiPageOptions.create_with_page_numbers([1, 1]), [1, 1]),
 ])
 def test_pages_are_chosen(tmp_path: Path, choice: Any, expected: list[int]) -> None:
