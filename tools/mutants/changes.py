@@ -7,7 +7,7 @@ import re
 from collections.abc import Iterator
 from dataclasses import dataclass
 
-from .structure import Scope, Structure
+from .structure import Scope, Structure, structure_of
 from .tokens import Kind
 
 # What only speaks to a developer, and is not tested: its arguments stay as they are.
@@ -60,7 +60,7 @@ class Change:
 
 def changes(path: str, source: str) -> list[Change]:
     """Every change that the source offers, in its order."""
-    return _Finder(path, Structure(source)).all()
+    return _Finder(path, structure_of(source)).all()
 
 
 class _Finder:

@@ -8,12 +8,11 @@ from __future__ import annotations
 
 import tomllib
 from dataclasses import dataclass
-from functools import lru_cache
 from pathlib import Path
 
 from .changes import Change
 from .schema import function_at
-from .structure import Structure
+from .structure import structure_of
 
 TABLE = Path(__file__).with_name("equivalents.toml")
 
@@ -40,14 +39,8 @@ class Equivalents:
 
 def place_of(change: Change, source: str) -> Place:
     """What an entry for this change has to say."""
-    return Place(change.path, function_at(_structure(source), change.start),
+    return Place(change.path, function_at(structure_of(source), change.start),
                  source.splitlines()[change.line - 1].strip(), change.describe(source).split(": ", 1)[1])
-
-
-@lru_cache(maxsize=1)
-def _structure(source: str) -> Structure:
-    """That of the source that was asked about last: the changes of a source are asked about one after the other."""
-    return Structure(source)
 
 
 def read_equivalents(table: Path = TABLE) -> Equivalents:

@@ -19,7 +19,7 @@ from collections.abc import Mapping
 from dataclasses import dataclass, field
 
 from .changes import Change
-from .structure import Scope, Structure
+from .structure import Scope, Structure, structure_of
 from .tokens import Kind
 
 _HEAD = '#include "tools/mutants/selected.h"\n#line 1\n'
@@ -82,7 +82,7 @@ def function_at(at: Structure, position: int) -> str:
 
 def schema(source: str, changes: Mapping[int, Change]) -> Schema:
     """The source with all of these changes, which are known by their numbers."""
-    at = Structure(source)
+    at = structure_of(source)
     edits = _Edits()
     bodies: dict[tuple[int, int], list[int]] = {}
     alone: set[int] = set()

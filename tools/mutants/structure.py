@@ -8,7 +8,7 @@ from __future__ import annotations
 
 from bisect import bisect
 from enum import Enum, auto
-from functools import cached_property
+from functools import cached_property, lru_cache
 
 from .tokens import Kind, NotUnderstood, tokens
 
@@ -163,3 +163,9 @@ class Structure:
                 return True
             index = self.partner[index] - 1 if self.is_mark(index, ")") else index - 1
         return False
+
+
+@lru_cache(maxsize=1)
+def structure_of(source: str) -> Structure:
+    """That of a source, which is kept until another one is asked for: a source is looked at several times in a row."""
+    return Structure(source)
