@@ -167,7 +167,7 @@ TEST_F(Dates, AMomentWhoseZoneFailsIsRefused) {
     const std::string zone =
         ".replace(tzinfo=type('Broken', (d.tzinfo,), {'utcoffset': lambda self, when: {}['offset']})())";
     long ticks = 0;
-    EXPECT_EQ(fn_conv_py_time_to_clr_datetime(moment(("d.time(3)" + zone).c_str()).get(), &ticks), 0);
+    EXPECT_EQ(fn_conv_py_datetime_to_clr_datetime(moment(("d.time(3)" + zone).c_str()).get(), &ticks), 0);
     expect_error(PyExc_KeyError, "'offset'");
     EXPECT_EQ(fn_conv_py_datetime_to_clr_datetime(moment(("d.datetime(1, 1, 1)" + zone).c_str()).get(), &ticks), 0);
     expect_error(PyExc_KeyError, "'offset'");

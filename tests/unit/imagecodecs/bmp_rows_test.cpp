@@ -28,8 +28,8 @@ Bytes file_of(const RowsHeader& header, const Bytes& rows, const BmpEncoding& en
 }
 
 void put(Bytes& out, uint64_t value, int bytes) {
-    for (int i = 0; i < bytes; i++) {
-        out.push_back(static_cast<uint8_t>(value >> 8 * i));
+    for (int i = 0; i < bytes; i++, value >>= 8) {
+        out.push_back(static_cast<uint8_t>(value));
     }
 }
 
