@@ -155,6 +155,10 @@ class Canvas {
         return false;
     }
 
+    // Whether the unit is a pixel, as on a screen: a line without a width is one unit wide then, and on paper as thin
+    // as a fine pen.
+    virtual bool is_screen() const { return false; }
+
     // The context of the drawing library (`cairo_t*`), for libraries that draw on one by themselves. Null where the
     // canvas has none: then a drawing has to be taken apart into the calls above.
     virtual void* context() { return nullptr; }
@@ -168,6 +172,7 @@ class PixelCanvas : public Canvas {
     // The same as rows of bytes R, G, B and, with `alpha`, A, not multiplied by it. Rows begin `row_size` bytes after
     // each other.
     virtual void read(bool alpha, size_t row_size, uint8_t* out) const = 0;
+    bool is_screen() const override { return true; }
 };
 
 // A canvas that shows nothing and finds where something was drawn.

@@ -271,6 +271,21 @@ void show_pieces(cairo_t* context, const Laid& laid, bool fine_x, bool fine_y) {
     store.room();
 }
 
+// Adds a line under letters to the path, in the space of the pixels; across it covers whole ones.
+void add_fitted(cairo_t* context, const RectD& line, const cairo_matrix_t& map, bool level) {
+    double left = line.x, top = line.y, right = line.right(), bottom = line.bottom();
+    cairo_matrix_transform_point(&map, &left, &top);
+    cairo_matrix_transform_point(&map, &right, &bottom);
+    double x = std::min(left, right), y = std::min(top, bottom);
+    double width = std::abs(right - left), height = std::abs(bottom - top);
+    double& at = level ? y : x;
+    double& thick = level ? height : width;
+    const double middle = at + thick / 2;
+    thick = std::max(std::round(thick), 1.0);
+    at = std::round(middle - thick / 2);
+    cairo_rectangle(context, x, y, width, height);
+}
+
 double size_of(cairo_scaled_font_t* font, const cairo_matrix_t& map) {
     cairo_matrix_t letters;
     cairo_scaled_font_get_font_matrix(font, &letters);
@@ -300,15 +315,22 @@ bool show_exact_letters(cairo_t* context, PangoLayout* layout) {
         cairo_fill(context);
         return true;
     }
-    for (const RectD& line : laid.lines) {
-        cairo_rectangle(context, line.x, line.y, line.width, line.height);
-    }
-    cairo_fill(context);
-    // The lines of level and of upright text keep to whole pixels, so that all letters look alike.
+    // Level and upright text keeps to whole pixels across its lines, so that all letters look alike.
     const double least = 1e-6 * std::max({std::abs(map.xx), std::abs(map.xy), std::abs(map.yx), std::abs(map.yy)});
     const bool level = std::abs(map.xy) <= least && std::abs(map.yx) <= least;
     const bool upright = std::abs(map.xx) <= least && std::abs(map.yy) <= least;
+    for (const RectD& line : laid.lines) {
+        if (!level && !upright) {
+            cairo_rectangle(context, line.x, line.y, line.width, line.height);
+        }
+    }
     cairo_identity_matrix(context);
+    for (const RectD& line : laid.lines) {
+        if (level || upright) {
+            add_fitted(context, line, map, level);
+        }
+    }
+    cairo_fill(context);
     show_pieces(context, laid, !upright, !level);
     cairo_set_matrix(context, &map);
     return true;

@@ -26,8 +26,8 @@ from zelmor.imaging.fileformats.wmf import WmfImage, WmfRenderMode
 from zelmor.imaging.fileformats.wmf.consts import WmfMixMode
 from zelmor.imaging.fileformats.wmf.graphics import WmfRecorderGraphics2D
 from zelmor.imaging.fileformats.wmf.objects import WmfCreateFontInDirect, WmfRectangle, WmfTextOut
-from zelmor.imaging.imageoptions import (EmfOptions, EmfRasterizationOptions, PngOptions, VectorRasterizationOptions,
-                                         WmfOptions, WmfRasterizationOptions)
+from zelmor.imaging.imageoptions import (EmfOptions, EmfRasterizationOptions, OdgRasterizationOptions, PngOptions,
+                                         VectorRasterizationOptions, WmfOptions, WmfRasterizationOptions)
 from zelmor.imaging.shapes import RectangleShape
 
 from support.drawn_metafiles import BLUE, GREEN, RED, WHITE, color_at, dark, drawn
@@ -35,6 +35,7 @@ from support.image_oracles import managed_error
 from support.metafiles import (BOUNDS, NULL_PEN, SIDE, VERSION, bitmap_header, brush, emf, emf_record, floats, font,
                                plus, plus_comment, plus_object, plus_record, rows24, select, stretch_dib, text_out,
                                wmf, wmf_brush, wmf_font, wmf_pen, wmf_record, wmf_select, words)
+from support.office_files import fodg
 
 FILLED = wmf_pen(0, style=5) + wmf_select(0) + wmf_brush(RED) + wmf_select(1)
 SQUARE = wmf_record(0x0324, 4, 20, 20, 60, 20, 60, 60, 20, 60)
@@ -588,3 +589,21 @@ def test_sizes_of_recorders_are_checked() -> None:
 def test_untouched_options_draw_what_no_options_draw() -> None:
     assert EmfRasterizationOptions().render_mode == EmfRenderMode.AUTO
     assert WmfRasterizationOptions().render_mode == WmfRenderMode.AUTO
+
+
+HAIRLINE = ('<style:style style:name="thin" style:family="graphic"><style:graphic-properties draw:stroke="solid" '
+            'svg:stroke-width="0cm" svg:stroke-color="#000000" draw:fill="none"/></style:style>')
+
+
+@pytest.mark.parametrize("options, layout", [(EmfOptions, EmfRasterizationOptions),
+                                             (WmfOptions, WmfRasterizationOptions)])
+def test_a_line_without_a_width_is_a_pixel_wide_in_metafiles_too(options: Any, layout: Any) -> None:
+    line = '<draw:line draw:style-name="thin" svg:x1="10px" svg:y1="40px" svg:x2="80px" svg:y2="40px"/>'
+    target, made = io.BytesIO(), options()
+    made.vector_rasterization_options = OdgRasterizationOptions()
+    made.vector_rasterization_options.page_width = made.vector_rasterization_options.page_height = float(SIDE)
+    with Image.load(io.BytesIO(fodg(line, styles=HAIRLINE, size=(SIDE, SIDE)))) as image:
+        image.save(target, made)
+    picture = drawn(target.getvalue(), layout(), smoothing_mode=SmoothingMode.ANTI_ALIAS).convert("L")
+    across = sum(255 - picture.getpixel((45, y)) for y in range(SIDE)) / 255
+    assert across == pytest.approx(1, abs=0.15)

@@ -132,6 +132,15 @@ def test_a_line_under_letters_goes_on_between_them(strikeout: bool) -> None:
     assert not line[:10].any() and not line[70:].any()
 
 
+@pytest.mark.parametrize("advances", [advances_of("i i", 1800), [1700, 2100, 1900]])
+@pytest.mark.parametrize("strikeout", [False, True])
+def test_a_line_under_letters_is_not_blurred(advances: list[int], strikeout: bool) -> None:
+    for top in (5000, 5033, 5061):
+        file = fine(underlined(1, -1800, strikeout), text_out("i i", (1000, top), advances))
+        between = ink_of(drawn(file))[:, round(10 + (advances[0] + 200) / FINE)]
+        assert sorted(between)[-2:] == [0, 255]
+
+
 def test_letters_far_outside_are_left_out() -> None:
     text = text_out("|||", (-100000000, 5000), [100000000 + 2000, 2000, 100000000])
     columns = numpy.flatnonzero(ink_of(drawn(fine(font(1, -1000, "DejaVu Sans"), text))).sum(axis=0))

@@ -22,7 +22,7 @@ constexpr double kHairline = 0.1 * kPixelsOfInch / 72;
 
 double hairline(const drawwork::Canvas& canvas, const Affine& placing) {
     const double scale = placing.mean_scale();
-    return dynamic_cast<const drawwork::CopyingCanvas*>(&canvas) != nullptr && scale > 0 ? 1 / scale : kHairline;
+    return canvas.is_screen() && scale > 0 ? 1 / scale : kHairline;
 }
 constexpr int kMostDots = 1000;
 

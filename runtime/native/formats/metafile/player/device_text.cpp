@@ -252,9 +252,19 @@ class TextDrawing {
             }
             return;
         }
+        Outline shown = on_canvas(lines, placing);
+        if (m_layout.smooth && placing.m12 == 0 && placing.m21 == 0 && m_device.canvas().is_screen()) {
+            for (Contour& line : shown) {  // whole rows of pixels are not blurred
+                RectD box = bounds_of({line});
+                const double middle = box.y + box.height / 2;
+                box.height = std::max(std::round(box.height), 1.0);
+                box.y = std::round(middle - box.height / 2);
+                line = rectangle_contour(box);
+            }
+        }
         Paint paint;
         paint.color = m_device.state.text_color;
-        m_device.canvas().fill(on_canvas(lines, placing), FillRule::kWinding, paint, m_device.rendering().smooth_text);
+        m_device.canvas().fill(shown, FillRule::kWinding, paint, m_device.rendering().smooth_text);
     }
 
     void move_position(double by) {

@@ -41,6 +41,7 @@ class FloodPaper final : public drawwork::Canvas, public drawwork::CopyingCanvas
     bool combine(const drawwork::Outline& outline, drawwork::FillRule rule, const drawwork::Paint& pattern,
                  const drawwork::Paint& source, uint8_t operation) override;
     void set_copying(bool copies) override;
+    bool is_screen() const override { return m_target.is_screen(); }
 
  private:
     drawwork::Paint on_paper(const drawwork::Paint& paint) const;

@@ -35,6 +35,7 @@ class RecordCanvas : public Canvas {
     void fill(const Outline& outline, FillRule rule, const Paint& paint, bool smooth) final;
     void stroke(const Outline& outline, const Stroke& stroke, const Paint& paint, bool smooth) final;
     void clear(Argb color) final;
+    bool is_screen() const final { return true; }
     void text(const TextLayout& layout, const Affine& placing, const Paint& paint) final;
     void begin_group() final;
     void end_group(double opacity, Blend blend) final;
