@@ -348,6 +348,7 @@ def test_the_family_that_a_declared_font_has(family: str, tmp_path: Path) -> Non
                      .encode(), tmp_path)
     declared = text('style:font-name="F"', family)
     assert np.array_equal(declared, text('fo:font-family="DejaVu Sans Mono"', family))
+    assert np.array_equal(declared, text(f'fo:font-family="{family}"', ""))
     assert not np.array_equal(declared, text('fo:font-family="DejaVu Sans"', family))
 
 

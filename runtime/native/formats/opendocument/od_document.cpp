@@ -159,10 +159,7 @@ void OdDocument::take_styles(const OdNode& root, OdScope automatic) {
             }
         } else if (part.is("office:font-face-decls")) {
             for (const OdNode& font : part.children) {
-                std::string family(font.get("svg:font-family"));
-                std::erase(family, '\'');
-                std::erase(family, '"');
-                m_fonts.try_emplace(std::string(font.get("style:name")), family);
+                m_fonts.try_emplace(std::string(font.get("style:name")), font.get("svg:font-family"));
             }
         }
     }

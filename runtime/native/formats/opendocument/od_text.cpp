@@ -582,6 +582,7 @@ OdTextStyle od_text_style(const OdDocument& document, const OdStyle& style) {
     if (const auto [attribute, name] = style.nearest(kText, {"style:font-name", "fo:font-family"}); name != nullptr) {
         result.family = attribute == "style:font-name" ? document.font_family(*name) : *name;
         std::erase(result.family, '\'');
+        std::erase(result.family, '"');
     }
     result.size = od_length(style.get(kText, "fo:font-size"), result.size);
     result.size = std::clamp(result.size, 0.1, 10000.0);
