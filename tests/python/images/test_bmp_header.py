@@ -7,12 +7,12 @@ import struct
 from typing import Any
 
 import pytest
-from zelmor.imaging import Image
+from zelmor.imaging import ColorPalette, Image
 from zelmor.imaging.fileformats.bmp import (BitmapCompression, BitmapV4Header, BitmapV5Header, BmpImage,
                                             Os22XBitmapHeader)
 from zelmor.imaging.imageoptions import BmpOptions
 
-from support.image_oracles import few_colors, noise
+from support.image_oracles import few_colors, managed_error, noise
 from support.metadata_files import encoded
 
 
@@ -122,3 +122,20 @@ def test_the_header_of_os_2() -> None:
     for size in (40, 52, 56):
         other = header_of(versioned(size, bytes(size - 40)))
         assert not Os22XBitmapHeader._is_assignable(other) and not BitmapV4Header._is_assignable(other)
+
+
+@pytest.mark.parametrize(("bits", "most"), [(1, 2), (4, 16), (8, 256), (24, 0)])
+def test_the_palette_of_a_new_picture(bits: int, most: int) -> None:
+    """As many entries as indices of so many bits can tell apart; the pixels are all of the first one."""
+    for entries in {max(most, 1), most + 1}:
+        palette = ColorPalette([-16777216 + 7 * i for i in range(entries)])
+        if entries > most:
+            with managed_error("ArgumentException", f"{entries} entries", f"{bits} bits", "palette"):
+                BmpImage(3, 2, bits, palette)
+            continue
+        file = io.BytesIO()
+        BmpImage(3, 2, bits, palette).save(file)
+        data = file.getvalue()
+        assert of_bytes(data)[4] == bits
+        at = 14 + of_bytes(data)[0]
+        assert data[at:at + 4 * entries] == b"".join(struct.pack("<I", 7 * i) for i in range(entries))

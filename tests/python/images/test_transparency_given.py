@@ -69,6 +69,9 @@ def test_the_alpha_of_the_color_counts_where_pixels_have_one(tmp_path: Path) -> 
     image = load(write(tmp_path / "a.png", opaque))
     image.replace_color(Color.from_argb(100, 9, 8, 7), 0, Color.from_argb(255, 1, 2, 3))
     assert tuple(pixels(image, tmp_path)[2, 3]) == (1, 2, 3) and not image.has_alpha
+    image = load(write(tmp_path / "a.png", opaque))
+    image.replace_color(Color.from_argb(100, 9, 8, 7), 0, HALF)
+    assert image.get_pixel(3, 2) == HALF
 
 
 def test_no_alpha_where_nothing_is_replaced(tmp_path: Path) -> None:
