@@ -190,6 +190,44 @@ def test_other_components_are_refused() -> None:
         Image.load(io.BytesIO(b"\xff\xd8" + frame + EXAMPLE_FILE[15:])).save(io.BytesIO(), PngOptions())
 
 
+NOT_READ = "NotSupportedException"
+DAMAGED = "ImageLoadException"
+SCANS: dict[str, tuple[JpegLsInterleaveMode, int, int, str, str]] = {
+    # How the components are stored, the byte of the scan's header (from its number of components on), its new value.
+    "no component": (JpegLsInterleaveMode.LINE, 0, 0, DAMAGED, "a scan makes no sense"),
+    "another component": (JpegLsInterleaveMode.LINE, 3, 9, DAMAGED, "a component that the frame has not"),
+    "a table": (JpegLsInterleaveMode.LINE, 4, 1, NOT_READ, "with tables"),
+    "an error above the half": (JpegLsInterleaveMode.LINE, 7, 128, DAMAGED, "the settings of JPEG-LS make no sense"),
+    "one after the other": (JpegLsInterleaveMode.LINE, 8, 0, NOT_READ, "in this order"),
+    "an unknown order": (JpegLsInterleaveMode.LINE, 8, 3, NOT_READ, "in this order"),
+    "lines of one": (JpegLsInterleaveMode.NONE, 4, 1, NOT_READ, "in this order"),
+    "samples of one": (JpegLsInterleaveMode.NONE, 4, 2, NOT_READ, "in this order"),
+    "a point transform": (JpegLsInterleaveMode.LINE, 9, 1, NOT_READ, "with a point transform"),
+    "a great point transform": (JpegLsInterleaveMode.SAMPLE, 9, 8, NOT_READ, "with a point transform"),
+}
+
+
+@pytest.mark.parametrize("name", SCANS)
+def test_scans_that_are_refused(name: str) -> None:
+    mode, field, value, error, text = SCANS[name]
+    data = bytearray(bare(saved(image_of(noise()[:5, :6]), options(jpeg_ls_interleave_mode=mode))))
+    at = data.index(b"\xff\xda") + 4
+    assert data[at] == (1 if mode == JpegLsInterleaveMode.NONE else 3)
+    data[at + field] = value
+    with managed_error(error, text):
+        samples(bytes(data))
+
+
+def test_a_component_that_two_scans_have() -> None:
+    data = bytearray(bare(saved(image_of(noise()[:5, :6]),
+                                options(jpeg_ls_interleave_mode=JpegLsInterleaveMode.NONE))))
+    first = data.index(b"\xff\xda")
+    second = data.index(b"\xff\xda", first + 1)
+    data[second + 5] = data[first + 5]
+    with managed_error(DAMAGED, "or one for the second time"):
+        samples(bytes(data))
+
+
 def test_the_memory_of_the_decoder_is_counted() -> None:
     """Its pixels, and each sample twice in 16 bits, by component and joined, beside the bytes of the file."""
     picture = smooth(3, 1000, 700)
