@@ -27,7 +27,8 @@ from zelmor.imaging.fileformats.wmf.consts import WmfMixMode
 from zelmor.imaging.fileformats.wmf.graphics import WmfRecorderGraphics2D
 from zelmor.imaging.fileformats.wmf.objects import WmfCreateFontInDirect, WmfRectangle, WmfTextOut
 from zelmor.imaging.imageoptions import (EmfOptions, EmfRasterizationOptions, OdgRasterizationOptions, PngOptions,
-                                         VectorRasterizationOptions, WmfOptions, WmfRasterizationOptions)
+                                         SvgRasterizationOptions, VectorRasterizationOptions, WmfOptions,
+                                         WmfRasterizationOptions)
 from zelmor.imaging.shapes import RectangleShape
 
 from support.drawn_metafiles import BLUE, GREEN, RED, WHITE, color_at, dark, drawn
@@ -607,3 +608,45 @@ def test_a_line_without_a_width_is_a_pixel_wide_in_metafiles_too(options: Any, l
     picture = drawn(target.getvalue(), layout(), smoothing_mode=SmoothingMode.ANTI_ALIAS).convert("L")
     across = sum(255 - picture.getpixel((45, y)) for y in range(SIDE)) / 255
     assert across == pytest.approx(1, abs=0.15)
+
+
+def as_wmf(svg: str) -> bytes:
+    target, made = io.BytesIO(), WmfOptions()
+    made.vector_rasterization_options = SvgRasterizationOptions()
+    made.vector_rasterization_options.page_width = made.vector_rasterization_options.page_height = float(SIDE)
+    with Image.load(io.BytesIO(f'<svg xmlns="http://www.w3.org/2000/svg" width="{SIDE}" height="{SIDE}">{svg}</svg>'
+                               .encode())) as image:
+        image.save(target, made)
+    return target.getvalue()
+
+
+def points_of_records(file: bytes) -> list[int]:
+    """How many points each record of several polygons has."""
+    found, at = [], 40  # behind both headers
+    while at < len(file):
+        words_of_record, function = struct.unpack_from("<IH", file, at)
+        if function == 0x0538:
+            count, = struct.unpack_from("<H", file, at + 6)
+            found.append(sum(struct.unpack_from(f"<{count}H", file, at + 8)))
+        at += 2 * words_of_record
+    return found
+
+
+def test_no_record_of_a_wmf_has_more_points_than_16_bits_count() -> None:
+    bars = "".join(f"M{1.6 * n} 0h.6v96h-.6zM0 {1.6 * n}h96v.6h-96z" for n in range(60))
+    file = as_wmf(f'<clipPath id="c"><circle cx="48" cy="48" r="40"/></clipPath><path clip-path="url(#c)" d="{bars}"/>')
+    counts = points_of_records(file)
+    assert len(counts) > 1 and sum(counts) > 65535 and max(counts) <= 65535
+    picture = drawn(file, WmfRasterizationOptions(), smoothing_mode=SmoothingMode.ANTI_ALIAS).convert("L")
+    parts = [[picture.getpixel((x, y)) for x in range(40, 56) for y in range(top, top + 8)] for top in range(12, 76, 8)]
+    darkness = [sum(part) / len(part) for part in parts]
+    assert max(darkness) - min(darkness) < 5 and max(darkness) < 128  # no part is missing
+    assert picture.getpixel((5, 5)) == 255 and picture.getpixel((90, 90)) == 255
+
+
+def test_a_shape_of_more_points_than_a_polygon_can_have_is_drawn_in_a_wmf() -> None:
+    edge = " ".join(f"{10 + 76 * n / 40000:.4f},{20 + n % 2}" for n in range(40000))
+    file = as_wmf(f'<polygon points="{edge} 86,80 10,80" fill="#f00"/>')
+    picture = drawn(file, WmfRasterizationOptions())
+    assert color_at(picture, (48, 50)) == RED and color_at(picture, (48, 10)) == WHITE
+    assert color_at(picture, (48, 85)) == WHITE

@@ -117,10 +117,13 @@ void WmfCanvas::emit_fill(const Outline& given, FillRule rule, Argb color) {
     for (const Contour& contour : outline) {
         lines += contour.segments.size();
     }
-    if (!whole && lines > kMostLines) {
+    const auto drawn_as_bitmap = [this, &given, rule, color] {
         Paint paint;
         paint.color = color;
-        return as_bitmap(outline, rule, paint);
+        as_bitmap(given, rule, paint);
+    };
+    if (!whole && lines > kMostLines) {
+        return drawn_as_bitmap();
     }
     if (!whole) {
         RegionTree region = region_of(outline, rule);
@@ -135,6 +138,20 @@ void WmfCanvas::emit_fill(const Outline& given, FillRule rule, Argb color) {
         }
         rule = FillRule::kWinding;
     }
+    std::vector<std::vector<PointD>> polygons;
+    size_t total = 0, longest = 0;
+    for (const Contour& contour : outline) {
+        std::vector<PointD> flat = flattened(contour, kWmfFlatness);
+        if (flat.size() >= 3) {
+            total += flat.size();
+            longest = std::max(longest, flat.size());
+            polygons.push_back(std::move(flat));
+        }
+    }
+    // There are readers that give up a file with a record of more points than 16 bits count.
+    if (longest > kMostPoints || (whole && total > 2 * kMostPoints)) {
+        return drawn_as_bitmap();
+    }
     select_brush(color);
     select_no_pen();
     const int64_t mode = rule == FillRule::kWinding ? 2 : 1;
@@ -143,25 +160,29 @@ void WmfCanvas::emit_fill(const Outline& given, FillRule rule, Argb color) {
         m_rule = mode;
     }
     std::vector<Value> counts, points;
-    for (const Contour& contour : outline) {
-        const std::vector<PointD> flat = flattened(contour, kWmfFlatness);
-        if (flat.size() < 3 || flat.size() > kMostPoints) {
-            continue;
+    const auto finish = [&] {
+        if (counts.empty()) {
+            return;
         }
-        counts.push_back(static_cast<int64_t>(flat.size()));
-        for (const PointD& point : flat) {
+        const auto record = add(counts.size() == 1 ? "WmfPolygon" : "WmfPolyPolygon");
+        if (counts.size() > 1) {
+            set_list(*record, "APointsPerPolygon", counts);
+        }
+        set_list(*record, "APoints", points);
+        counts.clear();
+        points.clear();
+    };
+    for (const std::vector<PointD>& polygon : polygons) {
+        if (!whole && points.size() > kMostPoints) {
+            finish();  // parts beside each other can stand in several records
+        }
+        counts.push_back(static_cast<int64_t>(polygon.size()));
+        for (const PointD& point : polygon) {
             const PointD at = units(point);
             points.push_back(point_value({double(unit16(at.x)), double(unit16(at.y))}));
         }
     }
-    if (counts.empty()) {
-        return;
-    }
-    const auto record = add(counts.size() == 1 ? "WmfPolygon" : "WmfPolyPolygon");
-    if (counts.size() > 1) {
-        set_list(*record, "APointsPerPolygon", counts);
-    }
-    set_list(*record, "APoints", points);
+    finish();
 }
 
 // Pens have round ends and joins here; other lines are filled as outlines.
