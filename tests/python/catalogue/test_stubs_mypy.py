@@ -7,7 +7,6 @@ statements is executed.
 from __future__ import annotations
 
 import ast
-import os
 import re
 import subprocess
 from pathlib import Path
@@ -15,6 +14,7 @@ from typing import Any
 
 import pytest
 
+from support.other_programs import plain_environment
 from support.places import BUILD_DIR, DATA
 
 PROGRAMS = [pytest.param(DATA / "stubs" / f"{name}.py", id=name) for name in ("program", "program_collections")]
@@ -26,12 +26,11 @@ MARK = re.compile(r"# expect: ([a-z-]+(?:, [a-z-]+(?=$|,))*?)(?:, (or None|stati
 def run_mypy(*arguments: str) -> tuple[int, str]:
     """The exit status and the output of mypy, which finds the stubs as it would find those of installed packages."""
     # The plain interpreter: a debug build or a memory checker should not run mypy.
-    environment = {name: os.environ[name] for name in os.environ if name not in ("LD_PRELOAD", "PYTHONMALLOC")}
     done = subprocess.run(
         ["/usr/bin/python3", "-m", "mypy", "--strict", "--no-error-summary", "--show-error-codes",
          "--hide-error-context",
          "--config-file=", f"--cache-dir={CACHE}", *arguments],
-        env={**environment, "PYTHONPATH": str(PACKAGE), "MYPY_FORCE_COLOR": ""}, cwd=PACKAGE / "zelmor-stubs",
+        env={**plain_environment(), "PYTHONPATH": str(PACKAGE), "MYPY_FORCE_COLOR": ""}, cwd=PACKAGE / "zelmor-stubs",
         text=True, capture_output=True, check=False)
     assert not done.stderr
     return done.returncode, done.stdout

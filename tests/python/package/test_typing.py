@@ -3,13 +3,13 @@
 from __future__ import annotations
 
 import ast
-import os
 import re
 import shutil
 import subprocess
 from pathlib import Path
 
 import zelmor
+from support.other_programs import plain_environment
 from support.package_process import PACKAGE
 from support.places import BUILD_DIR, ROOT
 
@@ -61,12 +61,11 @@ def test_a_program(tmp_path: Path) -> None:
     # What a newcomer reads first is right too.
     (tmp_path / "readme.py").write_text((ROOT / "README.md").read_text().split("```python\n")[1].split("```")[0])
     shutil.copy(ROOT / "examples" / "gallery" / "first_steps.py", tmp_path)
-    environment = {name: os.environ[name] for name in os.environ if name not in ("LD_PRELOAD", "PYTHONMALLOC")}
     done = subprocess.run(
         ["/usr/bin/python3", "-m", "mypy", "--strict", "--no-error-summary", "--show-error-codes", "--config-file=",
          f"--cache-dir={BUILD_DIR / 'mypy-stubs'}", "program.py", "readme.py", "first_steps.py"],
         cwd=tmp_path, check=False, capture_output=True,
-        env={**environment, "PYTHONPATH": str(PACKAGE.parent), "MYPY_FORCE_COLOR": ""}, text=True)
+        env={**plain_environment(), "PYTHONPATH": str(PACKAGE.parent), "MYPY_FORCE_COLOR": ""}, text=True)
     revealed = [found.replace("?", "") for found in re.findall(r'Revealed type is "(.*)"', done.stdout)]
     assert revealed == REVEALED, done.stdout
     first = PROGRAM.splitlines().index("zelmor.open(5)") + 1

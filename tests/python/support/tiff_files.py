@@ -11,6 +11,8 @@ from typing import Any
 import numpy as np
 import numpy.typing
 
+from support.other_programs import plain_environment
+
 #: Rows, columns and bands.
 Samples = numpy.typing.NDArray[Any]
 Tags = dict[int, tuple[Any, ...]]
@@ -180,8 +182,9 @@ def page(path: Path | str) -> Page:
 
 
 def tool(*arguments: object) -> str:
-    """Runs a tool of libtiff."""
-    done = subprocess.run([str(argument) for argument in arguments], check=True, capture_output=True, text=True)
+    """Runs a tool of another maker, such as those of libtiff."""
+    done = subprocess.run([str(argument) for argument in arguments], check=True, capture_output=True, text=True,
+                          env=plain_environment())
     return done.stdout
 
 
