@@ -9,8 +9,8 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import (Color, Figure, Font, GraphicsPath, Image, Pen, Point, PointF, RasterImage, Rectangle,
-                            RectangleF, RotateFlipType, Size)
+from zelmor.imaging import (Color, Figure, Font, FontStyle, GraphicsPath, Image, Pen, Point, PointF, RasterImage,
+                            Rectangle, RectangleF, RotateFlipType, Size)
 from zelmor.imaging.brushes import LinearGradientBrush, SolidBrush, TextureBrush
 from zelmor.imaging.fileformats.svg import SvgImage
 from zelmor.imaging.fileformats.svg.graphics import SvgGraphics2D
@@ -131,6 +131,24 @@ def test_text() -> None:
     assert difference(pixels, wanted) < 2
     with managed_error("ArgumentNullException", "font"):
         recording().draw_string(None, "a", Point(0, 0), Color.red)
+
+
+@pytest.mark.parametrize(("style", "expected"), [
+    (FontStyle.REGULAR, {}),
+    (FontStyle.BOLD, {"font-weight": "bold"}),
+    (FontStyle.ITALIC, {"font-style": "italic"}),
+    (FontStyle.UNDERLINE, {"text-decoration": "underline"}),
+    (FontStyle.STRIKEOUT, {"text-decoration": "line-through"}),
+    (FontStyle.BOLD | FontStyle.ITALIC | FontStyle.UNDERLINE | FontStyle.STRIKEOUT,
+     {"font-weight": "bold", "font-style": "italic", "text-decoration": "underline line-through"}),
+])
+def test_styles_of_texts(style: FontStyle, expected: dict[str, str]) -> None:
+    graphics = recording()
+    graphics.draw_string(Font("DejaVu Sans", 12.0, style), "ab", Point(10, 20), Color.red)
+    found = re.search("<text[^>]*>", text_of(graphics.end_recording()))
+    assert found is not None
+    styles = re.findall('(font-weight|font-style|text-decoration)="([^"]*)"', found[0])
+    assert dict(styles) == expected and len(styles) == len(expected)
 
 
 def test_pictures() -> None:

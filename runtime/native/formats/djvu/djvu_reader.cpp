@@ -1,5 +1,6 @@
 // Reading DjVu; see djvu_codec.h.
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <mutex>
 #include <optional>
@@ -203,11 +204,8 @@ class DjvuDocumentFrames final : public DjvuFrames {
     int reduction(size_t index, int most) const override {
         assert(most >= 1);
         // The mask is drawn as a whole for every size.
-        int divisor = 1;
-        while (!page(index).is_bitonal() && 2 * divisor <= std::min(most, kMostSubsample)) {
-            divisor *= 2;
-        }
-        return divisor;
+        const auto least = static_cast<unsigned>(std::min(most, kMostSubsample));
+        return page(index).is_bitonal() ? 1 : static_cast<int>(std::bit_floor(least));
     }
 
     std::unique_ptr<RowReader> open_reduced(size_t index, int divisor) const override {
