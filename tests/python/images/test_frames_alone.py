@@ -96,6 +96,28 @@ def test_png(middle: tuple[int, ...], last: tuple[int, ...], kind: int, alone: b
             seen(image, 2)
 
 
+@pytest.mark.parametrize("over", [False, True])
+def test_indices_that_are_laid_on_others(over: bool) -> None:
+    """Clear ones let see what is there if the frame is laid over it, and clear it if not."""
+    palette = np.array([[*color[:3], 0 if i == 2 else 255] for i, color in enumerate(noise(3, 7, 8, 1)[0].tolist())])
+    below, above = (np.random.default_rng(seed).integers(0, 8, (HEIGHT, WIDTH)) for seed in (1, 2))
+    part = above[2:7, 3:10]
+    frames = [png_files.Png(3, 8, each[..., None]) for each in (below, part)]
+    out = png_files.SIGNATURE + png_files.header(frames[0]) + png_files.chunk(
+        b"PLTE", palette[:, :3].astype(np.uint8).tobytes()) + png_files.chunk(
+            b"tRNS", palette[:, 3].astype(np.uint8).tobytes()) + png_files.chunk(b"acTL", struct.pack(">II", 2, 0))
+    out += png_files.chunk(b"fcTL", struct.pack(">5I2H2B", 0, *WHOLE, 1, 10, 0, 0))
+    out += png_files.chunk(b"IDAT", png_files.picture_data(frames[0]))
+    out += png_files.chunk(b"fcTL", struct.pack(">5I2H2B", 1, 7, 5, 3, 2, 1, 10, 0, over))
+    out += png_files.chunk(b"fdAT", struct.pack(">I", 2) + png_files.picture_data(frames[1]))
+    found = seen(ApngImage._cast_to(Image.load(io.BytesIO(out + png_files.chunk(b"IEND", b"")))).value, 1)
+    expected = below.copy()
+    expected[2:7, 3:10] = np.where(part == 2, below[2:7, 3:10], part) if over else part
+    shown = expected != 2
+    assert np.array_equal(found[shown], palette[expected[shown]])
+    assert (found[~shown][:, 3] == 0).all()
+
+
 def webp(middle: tuple[int, ...], last: tuple[int, ...], alpha: bool, damaged: bool) -> Any:
     """Each frame with its place (even numbers), and the bits for its disposal and its blending."""
     def chunk(name: bytes, data: bytes) -> bytes:

@@ -175,3 +175,14 @@ def test_comments_fill_bytes_and_bare_markers() -> None:
     assert options(data).comment == "first"
     bare = data[:2] + b"\xff\xd0\xff\x01" + data[2:]
     assert Image.load(io.BytesIO(bare)).width == 40
+
+
+@pytest.mark.parametrize("size", [2, 10, 65533])
+@pytest.mark.parametrize("marker", [0xE3, 0xE7, 0xEF, 0xFE])
+def test_what_looks_like_a_marker_within_a_segment(marker: int, size: int) -> None:
+    """Nothing within a segment of a program counts, however long."""
+    plain = encoded(quality=80)
+    content = (b"\xff\xd9\xff\xda\xff\xc4" * size)[:size]
+    image = raster(Image.load(io.BytesIO(joined([(marker, content)] * 3 + segments(plain)))))
+    same = raster(Image.load(io.BytesIO(plain)))
+    assert list(image.load_argb_32_pixels(image.bounds)) == list(same.load_argb_32_pixels(same.bounds))
