@@ -5,6 +5,7 @@ from __future__ import annotations
 import io
 from typing import Any
 
+import numpy as np
 import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import Color, FileFormat, Font, Image, Rectangle, Size
@@ -48,6 +49,29 @@ def test_figures(name: str, kinds: list[str], tolerance: float) -> None:
     require_sound(text)
     assert names(text) == kinds
     assert difference(drawn(shown(text, WIDTH, HEIGHT)), drawn(data)) < tolerance
+
+
+@pytest.mark.parametrize("closed", ["", "Z"])
+def test_lines_are_cut_to_the_clip(closed: str) -> None:
+    """Also at those sides of its contours that close them."""
+    contours = ([(10, 10), (50, 10), (30, 80)], [(60, 80), (70, 20), (110, 75)])
+    path = "".join(f"M {contour[0]} L {contour[1]} L {contour[2]} {closed}" for contour in contours)
+    rows = [15, 30.5, 45, 60, 77]
+    text = saved(loaded(document(
+        f'<clipPath id="two"><path d="{path.translate(str.maketrans("(),", "   "))}"/></clipPath>'
+        '<g clip-path="url(#two)" stroke="black" stroke-width="1">'
+        + "".join(f'<line x1="0" y1="{y}" x2="{WIDTH}" y2="{y}"/>' for y in rows) + "</g>")))
+    found = sorted(tuple(sorted(figure.points())) for figure in figures(text))
+    expected = []
+    for contour in contours:
+        for y in rows:
+            crossed = [x0 + (x1 - x0) * (y - y0) / (y1 - y0)
+                       for (x0, y0), (x1, y1) in zip(contour, [*contour[1:], contour[0]], strict=True)
+                       if min(y0, y1) < y < max(y0, y1)]
+            if crossed:
+                expected.append(((min(crossed), y), (max(crossed), y)))
+    flat = [[number for point in line for number in point] for line in found]
+    assert np.allclose(flat, sorted([x0, HEIGHT - y0, x1, HEIGHT - y1] for (x0, y0), (x1, y1) in expected), atol=1e-3)
 
 
 def named_records(text: str) -> dict[tuple[str, str], dict[int, list[str]]]:

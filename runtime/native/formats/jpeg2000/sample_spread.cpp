@@ -45,7 +45,7 @@ SampleSpread::SampleSpread(int bits, bool is_signed, const PixelForm& form)
     if (form.sample == SampleType::kInt8 || form.sample == SampleType::kInt16 || form.sample == SampleType::kInt32) {
         m_sign = uint32_t{1} << (8 * size - 1);
     }
-    if (bits <= 16 && size <= 2 && bits != static_cast<int>(8 * size) && !m_indices) {
+    if (size <= 2 && bits < static_cast<int>(8 * size) && !m_indices) {
         const uint32_t top = size == 1 ? 0xFF : 0xFFFF;
         m_table.resize(size_t{1} << bits);
         for (size_t i = 0; i < m_table.size(); i++) {
