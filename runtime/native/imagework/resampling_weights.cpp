@@ -22,35 +22,29 @@ double sinc(double x) {
     return x == 0 ? 1 : std::sin(std::numbers::pi * x) / (std::numbers::pi * x);
 }
 
-// The functions below get the distance from the center, which is not negative.
+// The functions below get the distance from the center, from zero up to the half width.
 
 double triangle(double x) {
-    return std::max(0.0, 1 - x);
+    return 1 - x;
 }
 
 double bell(double x) {
-    if (x < 0.5) {
-        return 0.75 - x * x;
-    }
-    return x < 1.5 ? 0.5 * (x - 1.5) * (x - 1.5) : 0;
+    return x < 0.5 ? 0.75 - x * x : 0.5 * (x - 1.5) * (x - 1.5);
 }
 
 double cubic(double x, double b, double c) {
     if (x < 1) {
         return ((12 - 9 * b - 6 * c) * x * x * x + (-18 + 12 * b + 6 * c) * x * x + (6 - 2 * b)) / 6;
     }
-    if (x < 2) {
-        return ((-b - 6 * c) * x * x * x + (6 * b + 30 * c) * x * x + (-12 * b - 48 * c) * x + (8 * b + 24 * c)) / 6;
-    }
-    return 0;
+    return ((-b - 6 * c) * x * x * x + (6 * b + 30 * c) * x * x + (-12 * b - 48 * c) * x + (8 * b + 24 * c)) / 6;
 }
 
 double lanczos(double x) {
-    return x < 3 ? sinc(x) * sinc(x / 3) : 0;
+    return sinc(x) * sinc(x / 3);
 }
 
 double windowed_sinc(double x) {
-    return x < 4 ? sinc(x) * (1 + std::cos(std::numbers::pi * x / 4)) / 2 : 0;
+    return sinc(x) * (1 + std::cos(std::numbers::pi * x / 4)) / 2;
 }
 
 struct ResamplingKernel {
