@@ -283,3 +283,12 @@ def test_gradients_go_evenly(mode: int) -> None:
     assert np.abs((found >> 16)[inside] - part[inside]).max() <= 2
     assert np.abs((found & 255)[inside] - (255 - part[inside])).max() <= 2
     assert ((found >> 8 & 255)[inside] == 0).all() and (found[~inside] == WHITE).all()
+
+
+@pytest.mark.parametrize(("height", "missing", "seen"), [(4096, 1, True), (4097, 0, True), (4097, 1, False)])
+def test_large_bitmaps_whose_bytes_are_missing(height: int, missing: int, seen: bool) -> None:
+    """More than 16777216 pixels are shown only if all of their bytes are there."""
+    bits = b"\xff" * (4096 // 8 * height - missing)
+    found = shown(stretch_dib(bitmap_header(4096, height, 1, 0, [BLACK, RED]), bits, (0, 0, SIDE, SIDE),
+                              (4096, height)))
+    assert (found[20:, :90] == (RED if seen else WHITE)).all()
