@@ -350,6 +350,9 @@ void NewFile::read_at(uint64_t offset, std::span<uint8_t> out) const {
             throw_write_error(m_draft->target(), error != 0 ? error : EIO);
         }
     }
+    if (in_draft == out.size()) {
+        return;
+    }
     const auto from = static_cast<std::ptrdiff_t>(offset + in_draft - m_size);
     std::copy_n(m_kept.begin() + from, out.size() - in_draft, out.begin() + static_cast<std::ptrdiff_t>(in_draft));
 }

@@ -15,6 +15,7 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 
+from support.other_programs import plain_environment
 from support.places import BUILD_DIR
 
 Pixels = np.ndarray[Any, np.dtype[np.uint8]]
@@ -25,7 +26,8 @@ WIDTH, HEIGHT = 37, 11
 
 def run(*command: object, data: bytes = b"") -> bytes:
     """What a program prints; its success is demanded."""
-    done = subprocess.run([str(word) for word in command], input=data, capture_output=True, timeout=60)
+    done = subprocess.run([str(word) for word in command], input=data, capture_output=True, timeout=60,
+                          env=plain_environment())
     assert done.returncode == 0, done.stderr.decode()
     return done.stdout
 

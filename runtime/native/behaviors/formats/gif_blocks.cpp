@@ -384,7 +384,7 @@ std::vector<uint8_t> bytes_of_gif_block(const ManagedObject& block) {
 }
 
 bool is_gif_block(const ManagedObject& object, GifLabel label) {
-    return object.type().full_name == gif_block_class(static_cast<uint8_t>(label));
+    return object.type().full_name == std::string_view(gif_block_class(static_cast<uint8_t>(label)));
 }
 
 }  // namespace zelmor::embed
