@@ -26,7 +26,9 @@ def test_the_package_of_the_build_tree_is_installed(installed: Path) -> None:
     source = {name for name in contents(ROOT / "python" / "zelmor") if name.endswith((".py", "py.typed"))}
     assert set(found) == binary | source | {"_version.py", "_words.zip"}
     programs = {name: executable for name, executable in found.items() if Path(name).name.startswith("zelmor.embed.")}
-    assert len(programs) == 2 and all(programs.values())
+    assert {Path(name).name for name in programs} == {
+        "zelmor.embed.drawings", "zelmor.embed.postscript", "zelmor.embed.rehearsal"}
+    assert all(programs.values())
 
 
 def test_the_stubs_are_installed_beside_it(installed: Path) -> None:
