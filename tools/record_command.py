@@ -69,6 +69,7 @@ def run(lines: list[str], folder: Path, build: Path, terminal: bool = False) -> 
     """Runs the commands in the folder, one process at a time, and returns the session."""
     environment = dict(os.environ, PYTHONPATH=str(build.resolve() / "python"), COLUMNS=str(COLUMNS),
                        TERM="xterm-256color", LC_ALL="C.UTF-8")
+    environment.pop("PYTHONUNBUFFERED", None)  # as users have it
     shell = f"zelmor() {{ {sys.executable} -m zelmor \"$@\"; }}; "
     session = ""
     for line in lines:

@@ -8,6 +8,7 @@ It imports nothing of the library by itself: help is quick, and the pictures are
 
 from __future__ import annotations
 
+import io
 import os
 import signal
 import sys
@@ -22,6 +23,9 @@ def main(arguments: Sequence[str] | None = None) -> int:
     """
     from zelmor.command.parser import make_parser
 
+    if isinstance(sys.stdout, io.TextIOWrapper):
+        # In a file that has both, results and messages stand in the order in which they were written.
+        sys.stdout.reconfigure(line_buffering=True)
     parsed = make_parser().parse_args(arguments)
     ours = [number for number in (signal.SIGTERM, signal.SIGHUP) if signal.getsignal(number) == signal.SIG_DFL]
     try:

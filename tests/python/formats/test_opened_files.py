@@ -79,7 +79,7 @@ for name in names:
 SYSTEM = re.compile(
     r"/etc/ld\.so\.(cache|preload)|/etc/localtime|/usr/share/zoneinfo/.*|/dev/null|/dev/urandom"
     r"|/proc/(self|\d+)(/(exe|maps|stat|status|task|fd|cgroup|auxv|cmdline)(/.*)?)?"
-    r"|/proc/(cpuinfo|meminfo|filesystems|sys/vm/.*)|/sys/(devices/system/(cpu|node)|fs/cgroup)(/.*)?"
+    r"|/proc/(cpuinfo|meminfo|filesystems|stat|sys/vm/.*)|/sys/(devices/system/(cpu|node)|fs/cgroup)(/.*)?"
     r"|/(usr/)?lib(64)?(/x86_64-linux-gnu)?(/[\w.+-]+)*/[\w.+-]+\.so(\.[\w.]+)*"  # shared objects of the system
     r"|/usr/(share/locale|lib/locale)(/.*)?|/usr/share/locale-langpack(/.*)?"
     r"|/usr/lib/x86_64-linux-gnu/(charset\.alias|gconv/gconv-modules.*)"
