@@ -465,7 +465,8 @@ void DxfCanvas::add_outline_of_text(const Outline& outline, Argb color) {
     }
 }
 
-void DxfCanvas::add_text(const TextLine& line, const TextLayout& layout, const Affine& placing, Argb color) {
+void DxfCanvas::add_text(const TextLine& line, const TextLayout& layout, const Affine& placing, const TextScale& scale,
+                         Argb color) {
     const std::string family = layout.family.substr(0, layout.family.find(','));
     auto known = std::find(m_families.begin(), m_families.end(), family);
     if (known == m_families.end()) {
@@ -473,11 +474,10 @@ void DxfCanvas::add_text(const TextLine& line, const TextLayout& layout, const A
     }
     std::string& out = add("TEXT", "AcDbText", color).pairs;
     put_point(out, 10, upward(placing.apply({line.left, line.baseline})));
-    const double across = std::hypot(placing.m11, placing.m12), down = std::hypot(placing.m21, placing.m22);
-    put_number(out, 40, layout.size * down * kCapitals);
+    put_number(out, 40, layout.size * scale.across * kCapitals);
     put(out, 1, plain_text(line.text));
     put_number(out, 50, std::atan2(-placing.m12, placing.m11) * 180 / M_PI);
-    put_number(out, 41, across / down);
+    put_number(out, 41, scale.along / scale.across);
     put(out, 7, "FONT" + std::to_string(known - m_families.begin()));
     put(out, 100, "AcDbText");
 }
@@ -490,22 +490,19 @@ void DxfCanvas::text(const TextLayout& layout, const Affine& placing, const Pain
     const TextExtent extent = m_backend.measure(layout);
     const RectD area =
         rectangle_around(mapped_outline(rectangle_outline({extent.left, 0, extent.width, extent.height}), placing));
-    // Turned and stretched along its line at most; a text of the format cannot be slanted or mirrored here.
-    const double determinant = placing.determinant();
-    const bool upright =
-        determinant > 0 && std::abs(placing.m11 * placing.m21 + placing.m12 * placing.m22) < 1e-6 * determinant;
+    const std::optional<TextScale> scale = text_scale(placing);
     const bool plain = layout.tabs.empty() && layout.trimming == TextTrimming::kNone && layout.mnemonic < 0 &&
                        !layout.underline && !layout.strikeout && !layout.bold && !layout.italic;
     const bool within = is_within_clips(area);
     if (m_settings.text_as_lines && within) {
         return add_outline_of_text(mapped_outline(m_backend.outline_of(layout), placing), color);
     }
-    if (m_settings.text_as_lines || !upright || !plain || !within) {
+    if (m_settings.text_as_lines || !scale || !plain || !within) {
         return fill(mapped_outline(m_backend.outline_of(layout), placing), FillRule::kWinding, paint, true);
     }
     for (const TextLine& line : m_backend.lines_of(layout)) {
         if (!line.text.empty()) {
-            add_text(line, layout, placing, color);
+            add_text(line, layout, placing, *scale, color);
         }
     }
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "runtime/native/behaviors/drawing/text_scale.h"
 #include "runtime/native/drawwork/written_canvas.h"
 
 namespace zelmor::embed {
@@ -59,7 +60,7 @@ class DxfCanvas final : public drawwork::WrittenCanvas {
     void add_hatch(const drawwork::Outline& outline, drawwork::Argb color);
     void add_trapezoids(const drawwork::Outline& outline, drawwork::FillRule rule, drawwork::Argb color);
     void add_text(const drawwork::TextLine& line, const drawwork::TextLayout& layout, const drawwork::Affine& placing,
-                  drawwork::Argb color);
+                  const TextScale& scale, drawwork::Argb color);
     void add_outline_of_text(const drawwork::Outline& outline, drawwork::Argb color);
     drawwork::PointD upward(drawwork::PointD p) const { return {p.x, m_settings.height - p.y}; }
     // All clips that hold, those around open groups among them.

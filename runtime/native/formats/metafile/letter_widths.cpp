@@ -17,15 +17,6 @@ double average_letter_width(const drawwork::TextLayout& font, double size) {
     return drawing_backend().measure(probe).width / kAlphabet.size() * size / kProbe;
 }
 
-std::optional<TextScale> text_scale(const drawwork::Affine& placing) {
-    const double determinant = placing.determinant();
-    const double slant = placing.m11 * placing.m21 + placing.m12 * placing.m22;
-    if (!(determinant > 0) || !(std::abs(slant) <= 1e-6 * determinant)) {
-        return std::nullopt;
-    }
-    return TextScale{std::hypot(placing.m11, placing.m12), std::hypot(placing.m21, placing.m22)};
-}
-
 int64_t letter_width(const drawwork::TextLayout& layout, const TextScale& scale) {
     constexpr double kRounding = 0.02;  // the places of letters, which records say one by one, carry as much
     if (std::abs(scale.along / scale.across - 1) <= kRounding) {
