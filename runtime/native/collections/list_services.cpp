@@ -287,7 +287,7 @@ void create_from_sequence(ServiceCall& call) {
 }
 
 // In the signatures, E stands for an element argument and N for a returned element.
-constexpr ServiceOperation kOperations[] = {
+constexpr ServiceOperation kListOperations[] = {
     {"SqLength", "ip", length},
     {"SqContains", "ipE", contains},
     {"CountOf", "ipE", count_of},
@@ -320,7 +320,7 @@ constexpr ServiceOperation kOperations[] = {
 }  // namespace
 
 std::span<const ServiceOperation> list_operations() {
-    return kOperations;
+    return kListOperations;
 }
 
 }  // namespace zelmor::embed

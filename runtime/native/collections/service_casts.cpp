@@ -57,7 +57,7 @@ void reinterpret(ServiceCall& call) {
 }
 
 // A stands for a handle where the kind tests references alone, and for a tagged argument elsewhere.
-constexpr ServiceOperation kOperations[] = {
+constexpr ServiceOperation kCastOperations[] = {
     {"btp_TypeOf", "ir", type_of},
     {"btp_CastTo", "iVr", cast_to},
     {"btp_ReInterpretObj", "ipr", reinterpret},
@@ -68,7 +68,7 @@ constexpr ServiceOperation kOperations[] = {
 }  // namespace
 
 std::span<const ServiceOperation> cast_operations() {
-    return kOperations;
+    return kCastOperations;
 }
 
 bool fits_service(const ServiceClass& service, const ManagedObject& object) {

@@ -28,7 +28,7 @@ void can_seek(ServiceCall& call) {
 void can_write(ServiceCall& call) {
     call.frame.set_result<uint8_t>(stream_of(call)->can_write() ? 1 : 0);
 }
-void length(ServiceCall& call) {
+void stream_length(ServiceCall& call) {
     call.frame.set_result(stream_of(call)->length());
 }
 void position(ServiceCall& call) {
@@ -68,7 +68,7 @@ void set_length(ServiceCall& call) {
 
 constexpr ServiceOperation kStreamOperations[] = {
     {"CanRead", "bp", can_read},   {"CanSeek", "bp", can_seek},
-    {"CanWrite", "bp", can_write}, {"Length", "lp", length},
+    {"CanWrite", "bp", can_write}, {"Length", "lp", stream_length},
     {"Position", "lp", position},  {"Close", "vp", close},
     {"Flush", "vp", flush},        {"Read", "ippi", read},
     {"Seek", "lpli", seek},        {"SetLength", "lpil", set_length},

@@ -33,6 +33,8 @@ struct Affine {
 
     PointD apply(PointD p) const { return {p.x * m11 + p.y * m21 + dx, p.x * m12 + p.y * m22 + dy}; }
     PointD apply_vector(PointD p) const { return {p.x * m11 + p.y * m21, p.x * m12 + p.y * m22}; }
+    // The same without the move.
+    Affine linear() const { return {m11, m12, m21, m22, 0, 0}; }
     double determinant() const { return m11 * m22 - m12 * m21; }
     // First this map, then the other.
     Affine then(const Affine& n) const {

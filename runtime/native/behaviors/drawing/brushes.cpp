@@ -47,7 +47,7 @@ Ref<Record> transformable(const TypeInfo& type) {
     return brush;
 }
 // A clone has a blend and a transformation of its own; images and paths stay shared.
-Ref<ManagedObject> deep_clone(Record& self) {
+Ref<ManagedObject> copy_brush(Record& self) {
     auto twin = self.copy();
     for (const char* part : {"Blend", "InterpolationColors", "Transform"}) {
         if (!has_property(*twin, part)) {
@@ -258,7 +258,7 @@ Ref<ManagedObject> texture_attributes(Record* image, RectArg rect, Record* attri
 }
 
 const BehaviorTable ZELMOR_UNNAMED({
-    behavior<&deep_clone, api::Brush::call_000_DeepClone>(),
+    behavior<&copy_brush, api::Brush::call_000_DeepClone>(),
     behavior<&linear_points, LinearGradientBrush::ctor_001_LinearGradientBrush,
              LinearGradientBrush::ctor_002_LinearGradientBrush, LinearGradientBrush::call_000_CreateWithPoints,
              LinearGradientBrush::call_000_CreateWithPointsF>(),

@@ -54,7 +54,7 @@ Ref<ManagedObject> blend(int32_t count) {
 std::string element_name(int row, int column) {
     return "Matrix" + std::to_string(row) + std::to_string(column);
 }
-Ref<ManagedObject> identity(const TypeInfo& type) {
+Ref<ManagedObject> identity_of(const TypeInfo& type) {
     auto matrix = make_ref<Record>(type);
     for (int i = 0; i < kSize; ++i) {
         set_property(*matrix, element_name(i, i), 1.0);
@@ -131,7 +131,7 @@ const BehaviorTable ZELMOR_UNNAMED({
 
 const FactoryRegistration ZELMOR_UNNAMED(ColorBlend::kType.name, [](const TypeInfo&) { return color_blend(1); });
 const FactoryRegistration ZELMOR_UNNAMED(Blend::kType.name, [](const TypeInfo&) { return blend(1); });
-const FactoryRegistration ZELMOR_UNNAMED(ColorMatrix::kType.name, identity);
+const FactoryRegistration ZELMOR_UNNAMED(ColorMatrix::kType.name, identity_of);
 
 }  // namespace
 

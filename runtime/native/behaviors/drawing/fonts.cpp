@@ -119,7 +119,7 @@ void set_folders(const VariantArg* folders, bool) {
 const TypeInfo& settings_type() {
     return require_type(api::FontSettings::kType.name);
 }
-void reset() {
+void reset_fonts() {
     chosen_folders().clear();
     set_static_property(settings_type(), "DefaultFontName", Ref<ManagedObject>());
     set_static_property(settings_type(), "GetSystemAlternativeFont", true);
@@ -210,7 +210,7 @@ const BehaviorTable ZELMOR_UNNAMED({
     behavior<&default_folders, api::FontSettings::call_000_GetDefaultFontsFolders>(),
     behavior<&set_folder, api::FontSettings::call_000_SetFontsFolder>(),
     behavior<&set_folders, api::FontSettings::call_000_SetFontsFolders>(),
-    behavior<&reset, api::FontSettings::call_000_Reset>(),
+    behavior<&reset_fonts, api::FontSettings::call_000_Reset>(),
     behavior<&system_alternative, api::FontSettings::getsa_GetSystemAlternativeFont>(),
     behavior<&update, api::FontSettings::call_000_UpdateFonts, api::OpenTypeFontsCache::call_000_UpdateCache>(),
     behavior<&format_of_flags, api::StringFormat::ctor_001_StringFormat, api::StringFormat::call_000_CreateFromFlags>(),

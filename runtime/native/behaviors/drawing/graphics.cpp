@@ -10,6 +10,7 @@
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/references.h"
 #include "runtime/native/drawwork/loader.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::embed {
 
@@ -137,7 +138,7 @@ double pixels_in_unit(GraphicsUnit unit, double dots_per_inch) {
         case GraphicsUnit::kDocument:
             return dots_per_inch / 300;
         case GraphicsUnit::kMillimeter:
-            return dots_per_inch / 25.4;
+            return dots_per_inch / kMillimetersPerInch;
         default:
             return 1;
     }

@@ -72,7 +72,7 @@ void add_path(PathObject& self, PathObject* other) {
     add_connected_path(self, other, false);
 }
 
-void reset(PathObject& self) {
+void reset_path(PathObject& self) {
     self.figures.clear();
     set_property(self, "FillMode", FillMode::kAlternate);
 }
@@ -82,7 +82,7 @@ void reverse(PathObject& self) {
         figure->reverse();
     }
 }
-Ref<ManagedObject> deep_clone(PathObject& self) {
+Ref<ManagedObject> copy_path(PathObject& self) {
     return self.copy();
 }
 
@@ -242,9 +242,9 @@ const BehaviorTable ZELMOR_UNNAMED({
     behavior<&remove_figures, PathApi::call_000_RemoveFigures>(),
     behavior<&add_path, PathApi::call_000_AddPath>(),
     behavior<&add_connected_path, PathApi::call_001_AddPath>(),
-    behavior<&reset, PathApi::call_000_Reset>(),
+    behavior<&reset_path, PathApi::call_000_Reset>(),
     behavior<&reverse, PathApi::call_000_Reverse>(),
-    behavior<&deep_clone, PathApi::call_000_DeepClone>(),
+    behavior<&copy_path, PathApi::call_000_DeepClone>(),
     behavior<&flatten, PathApi::call_000_Flatten>(),
     behavior<&flatten_under, PathApi::call_001_Flatten>(),
     behavior<&flatten_to, PathApi::call_002_Flatten>(),

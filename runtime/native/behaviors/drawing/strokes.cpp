@@ -136,11 +136,7 @@ class PenUse {
           m_shape(pen_shape(pen)),
           m_start(property_enum<LineCap>(pen, "StartCap")),
           m_end(property_enum<LineCap>(pen, "EndCap")) {
-        Affine linear = map;
-        linear.dx = linear.dy = 0;
-        Affine own = m_shape.nib;
-        own.dx = own.dy = 0;
-        m_shape.nib = own.then(linear);
+        m_shape.nib = m_shape.nib.linear().then(map.linear());
         const double scale = m_shape.nib.mean_scale();
         if (scale > 0) {
             m_shape.width = std::max(m_shape.width, (m_shape.width > 0 ? thinnest : 1) / scale);

@@ -40,7 +40,7 @@ void rotate_in(Record& self, float angle, MatrixOrder order) {
 void rotate(Record& self, float angle) {
     rotate_in(self, angle, kFirst);
 }
-void reset(Record& self) {
+void reset_transform(Record& self) {
     set_map(self, Affine());
 }
 
@@ -78,7 +78,7 @@ const BehaviorTable ZELMOR_UNNAMED({
              GraphicsApi::call_000_RotateTransform>(),
     behavior<&rotate_in, PenApi::call_001_RotateTransform, BrushApi::call_001_RotateTransform,
              GraphicsApi::call_001_RotateTransform>(),
-    behavior<&reset, PenApi::call_000_ResetTransform, BrushApi::call_000_ResetTransform,
+    behavior<&reset_transform, PenApi::call_000_ResetTransform, BrushApi::call_000_ResetTransform,
              GraphicsApi::call_000_ResetTransform>(),
     property<&get_transform, &set_transform, PenApi::property_Transform>(),
     property<&get_transform, &set_transform, BrushApi::property_Transform>(),

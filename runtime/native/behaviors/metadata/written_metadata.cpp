@@ -22,6 +22,7 @@
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::embed {
 
@@ -60,7 +61,6 @@ Bytes bytes_of_text(std::string_view text) {
 
 // ---- EXIF
 
-constexpr double kCentimetersPerInch = 2.54;
 // What EXIF data stand for that have no tags of it.
 constexpr imagework::Resolution kResolutionWithoutTags{72.0, 72.0};
 

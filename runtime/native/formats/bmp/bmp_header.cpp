@@ -7,12 +7,12 @@
 
 #include "runtime/native/formats/bmp/bmp_compressions.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
 
 constexpr uint64_t kInformation = 14;  // where the information header begins
-constexpr double kMetersPerInch = 0.0254;
 
 std::array<uint32_t, 4> channel_masks(const ByteReader& in, const BmpHeader& header, uint32_t header_size) {
     if (header.storage == kBiBitFields || header.storage == kBiAlphaBitFields) {

@@ -8,6 +8,7 @@
 #include "runtime/native/behaviors/metadata/kept_metadata.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/formats/bmp/bmp_encoding.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::embed {
 
@@ -122,7 +123,7 @@ Ref<ManagedObject> bitmap_info_header(ImageObject& self) {
     put("BitmapHeight", is_top_down ? -picture.height() : picture.height());
     put("BitmapPlanes", 1);
     put("BitsPerPixel", facts.bits_per_pixel);
-    const auto per_meter = [](double dots) { return static_cast<int64_t>(std::lround(dots / 0.0254)); };
+    const auto per_meter = [](double dots) { return static_cast<int64_t>(std::lround(dots / kMetersPerInch)); };
     put("BitmapXPelsPerMeter", per_meter(picture.resolution().horizontal));
     put("BitmapYPelsPerMeter", per_meter(picture.resolution().vertical));
     if (!is_full) {

@@ -14,6 +14,7 @@
 #include "runtime/native/formats/bmp/bmp_compressions.h"
 #include "runtime/native/formats/bmp/bmp_encoding.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -54,7 +55,6 @@ void put_u32(std::vector<uint8_t>& out, uint64_t value) {
 }
 
 uint32_t per_meter(double dots_per_inch) {
-    constexpr double kMetersPerInch = 0.0254;
     return static_cast<uint32_t>(std::clamp(dots_per_inch / kMetersPerInch + 0.5, 0.0, 2147483647.0));
 }
 

@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <cassert>
 #include <iterator>
+
+#include "runtime/native/imagework/units.h"
+
 namespace zelmor::imagework {
 namespace {
 
@@ -63,8 +66,6 @@ constexpr ColorName kColors[] = {
     {"YBR_RCT", DicomColor::kYbrCoded, 3},
     {"YBR_ICT", DicomColor::kYbrCoded, 3},
 };
-
-constexpr double kMillimetersPerInch = 25.4;
 
 void take_spacing(const ByteReader& file, const DicomElement& element, DicomHeader& header) {
     // Between rows, and then between columns.

@@ -13,6 +13,7 @@
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -571,7 +572,6 @@ std::vector<uint8_t> dicom_file(const DicomForm& form, std::span<const std::vect
     put.words(0x00280010, {form.height});
     put.words(0x00280011, {form.width});
     if (form.resolution) {
-        constexpr double kMillimetersPerInch = 25.4;
         put.text(0x00280030, decimal(kMillimetersPerInch / form.resolution->vertical) + "\\" +
                                  decimal(kMillimetersPerInch / form.resolution->horizontal));
     }

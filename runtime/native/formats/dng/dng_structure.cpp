@@ -8,6 +8,7 @@
 #include "runtime/native/formats/tiff/tiff_directories.h"
 #include "runtime/native/formats/tiff/tiff_entry.h"
 #include "runtime/native/imagework/limits.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -147,7 +148,7 @@ std::optional<Resolution> resolution_of(const ByteReader& in, const Directory& d
     constexpr uint64_t kInch = 2;
     constexpr uint64_t kCentimeter = 3;
     const uint64_t unit = directory.unit.number(in, kInch);
-    const double per_inch = unit == kCentimeter ? 2.54 : 1.0;
+    const double per_inch = unit == kCentimeter ? kCentimetersPerInch : 1.0;
     const Resolution found{directory.x_resolution.fraction(in) * per_inch,
                            directory.y_resolution.fraction(in) * per_inch};
     const bool tells = (unit == kInch || unit == kCentimeter) && found.horizontal > 0 && found.vertical > 0;

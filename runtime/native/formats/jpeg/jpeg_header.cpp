@@ -9,11 +9,11 @@
 #include <string>
 
 #include "runtime/native/imagework/probe/byte_reader.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
 
-constexpr double kCentimetersPerInch = 2.54;
 // EXIF's own, for a block that does not tell.
 constexpr Resolution kExifResolution{72.0, 72.0};
 

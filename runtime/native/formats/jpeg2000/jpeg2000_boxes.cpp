@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "runtime/native/formats/jpeg2000/jpeg2000_markers.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -106,7 +107,6 @@ Bytes definitions(int colors) {
 
 // A number of dots per meter as a fraction of 16 bits each and a power of ten.
 void put_dots(Bytes& fraction, Bytes& power, double dots_per_inch) {
-    constexpr double kMetersPerInch = 0.0254;
     double number = dots_per_inch / kMetersPerInch;
     int exponent = 0;
     while (number > 65535 && exponent < 127) {

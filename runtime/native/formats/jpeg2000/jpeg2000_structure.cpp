@@ -10,6 +10,7 @@
 #include "runtime/native/formats/jpeg2000/latin_text.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -114,7 +115,6 @@ void read_color(const ByteReader& in, const BytesAt& place, Jpeg2000Structure& f
 }
 
 std::optional<Resolution> read_resolution(const ByteReader& in, uint64_t at) {
-    constexpr double kMetersPerInch = 0.0254;
     const auto value = [&](uint64_t number, uint64_t exponent) {
         const double below = in.u16(number + 2);
         const double power = std::pow(10.0, static_cast<int8_t>(in.u8(exponent)));

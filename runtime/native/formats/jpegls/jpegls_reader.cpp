@@ -13,6 +13,7 @@
 #include "runtime/native/imagework/pixels/memory_budget.h"
 #include "runtime/native/imagework/pixels/single_frame.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -29,7 +30,7 @@ std::optional<Resolution> resolution_of(const ByteReader& in) {
         horizontal <= 1 || vertical <= 1) {
         return std::nullopt;
     }
-    const double per_inch = unit == kCentimeter ? 2.54 : 1.0;
+    const double per_inch = unit == kCentimeter ? kCentimetersPerInch : 1.0;
     return Resolution{horizontal * per_inch, vertical * per_inch};
 }
 

@@ -5,6 +5,7 @@
 #include "runtime/native/formats/format_room.h"
 #include "runtime/native/formats/metafile/frame_pixels.h"
 #include "runtime/native/imagework/probe/packed_head.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -38,7 +39,7 @@ void probe_header(const ByteReader& in, FileFacts& facts) {
         width = (number(16) - number(8) + 1) * (known ? 100 * mm_x / device_x : kUsual);
         height = (number(20) - number(12) + 1) * (known ? 100 * mm_y / device_y : kUsual);
     }
-    constexpr double kPixels = 96 / 25.4;  // in a millimeter
+    constexpr double kPixels = 96 / kMillimetersPerInch;  // in a millimeter
     facts.readable = in.has(0, 88);
     facts.width = static_cast<int64_t>(std::ceil(embed::metafile::frame_pixels(std::max(width, 0.0), kPixels) - 1e-4));
     facts.height =

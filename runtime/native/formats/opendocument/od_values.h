@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "runtime/native/drawwork/geometry.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::embed {
 
@@ -36,7 +37,7 @@ class OdScanner {
 };
 
 constexpr double kPixelsOfInch = 96;
-constexpr double kPixelsOfMillimeter = kPixelsOfInch / 25.4;
+constexpr double kPixelsOfMillimeter = kPixelsOfInch / kMillimetersPerInch;
 
 std::optional<double> od_length(std::string_view text);
 double od_length(std::string_view text, double otherwise);

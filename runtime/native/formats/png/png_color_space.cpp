@@ -13,7 +13,6 @@ namespace zelmor::imagework {
 namespace {
 
 constexpr double kScale = 100000.0;
-constexpr uint32_t kSrgbGamma = 45455;
 constexpr int32_t kGammaTolerance = 460;  // a hundredth
 // Outside of these the number is a mistake.
 constexpr uint32_t kLeastGamma = 5000;

@@ -14,6 +14,8 @@ struct PngChromaticities {
     int32_t white_x, white_y, red_x, red_y, green_x, green_y, blue_x, blue_y;
 };
 
+// What files of sRGB have: the inverse of gamma, likewise a multiple, and the coordinates.
+constexpr int32_t kSrgbGamma = 45455;
 constexpr PngChromaticities kSrgbColors{31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000};
 
 // Whether these are the values of sRGB, as far as programs write them differently.

@@ -11,11 +11,10 @@
 #include "runtime/native/formats/png/png_repair.h"
 #include "runtime/native/formats/png/png_session.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
-
-constexpr double kMetersPerInch = 0.0254;
 
 // Chunks with descriptions, which are read elsewhere: the library would keep their text in memory.
 constexpr png_byte kUnread[] = "tEXt\0zTXt\0iTXt\0eXIf\0sPLT\0hIST\0tIME\0oFFs\0pCAL\0sCAL\0bKGD\0";

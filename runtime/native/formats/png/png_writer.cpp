@@ -14,12 +14,10 @@
 #include "runtime/native/formats/png/png_encoding.h"
 #include "runtime/native/formats/png/png_filters.h"
 #include "runtime/native/formats/png/png_session.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
-
-constexpr double kMetersPerInch = 0.0254;
-constexpr png_fixed_point kSrgbGamma = 45455;
 
 [[noreturn]] void unfit(const std::string& text) {
     throw PictureError(Failure::kEncoding, text);

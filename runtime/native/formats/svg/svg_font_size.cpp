@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "runtime/native/formats/svg/svg_numbers.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -22,8 +23,8 @@ bool is_letter(char c) {
 constexpr std::array<std::pair<std::string_view, double>, 8> kUnits{{{"", 1},
                                                                      {"px", 1},
                                                                      {"in", 96},
-                                                                     {"cm", 96 / 2.54},
-                                                                     {"mm", 96 / 25.4},
+                                                                     {"cm", 96 / kCentimetersPerInch},
+                                                                     {"mm", 96 / kMillimetersPerInch},
                                                                      {"q", 96 / 101.6},
                                                                      {"pt", 96 / 72.0},
                                                                      {"pc", 16}}};

@@ -6,6 +6,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "runtime/native/imagework/units.h"
+
 namespace zelmor::imagework {
 namespace {
 
@@ -95,8 +97,15 @@ struct Unit {
 };
 // A font has the size 12 where nothing else is said, and its small letters half of it.
 constexpr std::array kUnits = {
-    Unit{"", 1},           Unit{"px", 1},         Unit{"pt", 96.0 / 72}, Unit{"pc", 16}, Unit{"in", 96},
-    Unit{"cm", 96 / 2.54}, Unit{"mm", 96 / 25.4}, Unit{"em", 12},        Unit{"ex", 6},
+    Unit{"", 1},
+    Unit{"px", 1},
+    Unit{"pt", 96.0 / 72},
+    Unit{"pc", 16},
+    Unit{"in", 96},
+    Unit{"cm", 96 / kCentimetersPerInch},
+    Unit{"mm", 96 / kMillimetersPerInch},
+    Unit{"em", 12},
+    Unit{"ex", 6},
 };
 
 // The pixels of a length; nothing for a part of something, and for what is no length.

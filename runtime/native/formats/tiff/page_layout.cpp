@@ -7,6 +7,7 @@
 #include "runtime/native/formats/tiff/tiff_encoding.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -199,7 +200,7 @@ std::optional<Resolution> resolution_of(TiffInput& input) {
         (unit != RESUNIT_INCH && unit != RESUNIT_CENTIMETER)) {
         return std::nullopt;
     }
-    const double scale = unit == RESUNIT_CENTIMETER ? 2.54 : 1.0;
+    const double scale = unit == RESUNIT_CENTIMETER ? kCentimetersPerInch : 1.0;
     return Resolution{horizontal * scale, vertical * scale};
 }
 

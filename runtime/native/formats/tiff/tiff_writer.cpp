@@ -12,6 +12,7 @@
 #include "runtime/native/formats/tiff/tiff_output.h"
 #include "runtime/native/formats/tiff/writable_forms.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -56,7 +57,7 @@ void set_palette(TiffOutput& output, const RowsHeader& header) {
 void set_resolution(TiffOutput& output, const RowsHeader& header, const TiffEncoding& encoding) {
     std::optional<Resolution> resolution = encoding.resolution;
     if (!resolution && header.resolution) {
-        const double scale = encoding.unit == TiffUnit::kCentimeter ? 2.54 : 1.0;
+        const double scale = encoding.unit == TiffUnit::kCentimeter ? kCentimetersPerInch : 1.0;
         resolution = Resolution{header.resolution->horizontal / scale, header.resolution->vertical / scale};
     }
     if (!resolution) {

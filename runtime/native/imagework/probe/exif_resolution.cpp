@@ -5,11 +5,10 @@
 
 #include "runtime/native/formats/tiff/tiff_structure.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
 namespace {
-
-constexpr double kCentimetersPerInch = 2.54;
 
 double rational_at(const ByteReader& in, uint64_t at) {
     const uint32_t divisor = in.u32(at + 4);

@@ -359,12 +359,13 @@ const ColorConversion& standard_conversion(ColorModel from, ColorModel to) {
     return *conversion;
 }
 
-namespace {
-
-// What conversions are kept by: two models and the contents of two profiles.
 bool same_profile(const ProfileBytes& one, const ProfileBytes& other) {
     return one == other || (one != nullptr && other != nullptr && *one == *other);
 }
+
+namespace {
+
+// What conversions are kept by: two models and the contents of two profiles.
 bool same_space(const ColorSpace& one, const ColorSpace& other) {
     return one.model == other.model && same_profile(one.profile, other.profile);
 }

@@ -52,6 +52,8 @@ SharedConversion shared_conversion(const ColorSpace& from, const ColorSpace& to)
 // The library's own profile for CMYK, as a file that receives converted colors embeds it.
 ProfileBytes standard_cmyk_profile();
 
+// Whether both have the same bytes, or none.
+bool same_profile(const ProfileBytes& one, const ProfileBytes& other);
 // Whether the bytes are a profile for the color model.
 bool is_profile_of(const ProfileBytes& profile, ColorModel model);
 // The same for one that colors can be converted to: a press profile may know only the way from its inks.

@@ -36,10 +36,6 @@ void lay_over(const Sample* top, Sample* below, int colors, bool below_has_alpha
     }
 }
 
-bool same_profile(const ProfileBytes& a, const ProfileBytes& b) {
-    return a == b || (a != nullptr && b != nullptr && *a == *b);
-}
-
 // A channel of a drawing on a black and on a white ground, in 1/255: its own part, and the share of what was below.
 struct Drawn {
     double own;

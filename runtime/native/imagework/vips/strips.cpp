@@ -25,11 +25,11 @@ struct Job {
     std::exception_ptr failure;
 };
 
-VipsThreadState* start(VipsImage* image, void* context) {
+VipsThreadState* start_strips(VipsImage* image, void* context) {
     return vips_thread_state_new(image, context);
 }
 
-int allocate(VipsThreadState* state, void* context, gboolean* stop) {
+int next_strip(VipsThreadState* state, void* context, gboolean* stop) {
     auto& job = *static_cast<Job*>(context);
     if (job.next >= job.rows) {
         *stop = TRUE;
@@ -40,7 +40,7 @@ int allocate(VipsThreadState* state, void* context, gboolean* stop) {
     return 0;
 }
 
-int work(VipsThreadState* state, void* context) {
+int work_on_strip(VipsThreadState* state, void* context) {
     auto& job = *static_cast<Job*>(context);
     try {
         job.work(state->y, std::min(state->y + job.rows_per_strip, job.rows));
@@ -54,14 +54,15 @@ int work(VipsThreadState* state, void* context) {
     return 0;
 }
 
-int progress(void*) {
+int no_progress(void*) {
     return 0;
 }
 
 // `raster` tells the library how many threads are worth it.
 void run_in_threads(const VImage& raster, int rows, int rows_per_strip, const std::function<void(int, int)>& call) {
     Job job{call, rows, rows_per_strip, 0, {}, nullptr};
-    const int result = vips_threadpool_run(raster.get_image(), start, allocate, work, progress, &job);
+    const int result =
+        vips_threadpool_run(raster.get_image(), start_strips, next_strip, work_on_strip, no_progress, &job);
     if (job.failure != nullptr) {
         std::rethrow_exception(job.failure);
     }

@@ -9,14 +9,13 @@
 #include <unordered_map>
 
 #include "runtime/native/core/large_pages.h"
+#include "runtime/native/imagework/units.h"
 #include "runtime/native/imagework/vips/rows_image.h"
 
 using vips::VImage;
 
 namespace zelmor::imagework {
 namespace {
-
-constexpr double kMillimetersPerInch = 25.4;
 
 // What the formats can tell.
 Resolution in_range(Resolution resolution) {

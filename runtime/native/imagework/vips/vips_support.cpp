@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/units.h"
 #include "runtime/native/imagework/vips/color_set.h"
 
 using vips::VImage;
@@ -134,7 +135,7 @@ void repeat_pixel(std::span<const uint8_t> pixel, int32_t count, uint8_t* row) {
 
 double dots_per_millimeter(double dots_per_inch) {
     constexpr double kMost = 1e6;  // one nanometer
-    return std::clamp(dots_per_inch / 25.4, 1.0 / kMost, kMost);
+    return std::clamp(dots_per_inch / kMillimetersPerInch, 1.0 / kMost, kMost);
 }
 
 VImage computed(const VImage& image) {

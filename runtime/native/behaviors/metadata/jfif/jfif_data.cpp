@@ -11,6 +11,7 @@
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/loader.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::embed {
 
@@ -159,7 +160,7 @@ void JfifObject::set_density(const imagework::Resolution& resolution) {
         set_property(*this, "DensityUnits", JfifDensityUnits::kPixelsPerInch);
     }
     const auto density = [&](double dots) {
-        return static_cast<int64_t>(std::clamp(std::round(dots / (metric ? 2.54 : 1.0)), 1.0, 65535.0));
+        return static_cast<int64_t>(std::clamp(std::round(dots / (metric ? kCentimetersPerInch : 1.0)), 1.0, 65535.0));
     };
     set_property(*this, "XDensity", density(resolution.horizontal));
     set_property(*this, "YDensity", density(resolution.vertical));

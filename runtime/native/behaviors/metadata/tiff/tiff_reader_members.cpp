@@ -38,27 +38,27 @@ Ref<ManagedObject> over_container(const TypeInfo& type, StreamContainerObject* c
 }
 
 // The readers have the same constructors under numbers of their own.
-struct Constructor;
-using ReaderKind = Behavior (*)(const EntryName* const& name, const Constructor& row);
-struct Constructor {
+struct ReaderConstructor;
+using ReaderKind = Behavior (*)(const EntryName* const& name, const ReaderConstructor& row);
+struct ReaderConstructor {
     const EntryName* entry;
     ReaderKind kind;
 
     const TypeInfo& made() const { return require_type(entry->type.name); }
 };
 
-Ref<ManagedObject> of_bytes(const Constructor& row, std::span<const std::byte> data) {
+Ref<ManagedObject> of_bytes(const ReaderConstructor& row, std::span<const std::byte> data) {
     return over_bytes(row.made(), data, 0, static_cast<int32_t>(data.size()));
 }
-Ref<ManagedObject> of_bytes_from(const Constructor& row, std::span<const std::byte> data, int32_t start_index) {
+Ref<ManagedObject> of_bytes_from(const ReaderConstructor& row, std::span<const std::byte> data, int32_t start_index) {
     return over_bytes(row.made(), data, start_index,
                       std::max<int32_t>(0, static_cast<int32_t>(data.size()) - start_index));
 }
-Ref<ManagedObject> of_bytes_within(const Constructor& row, std::span<const std::byte> data, int32_t start_index,
+Ref<ManagedObject> of_bytes_within(const ReaderConstructor& row, std::span<const std::byte> data, int32_t start_index,
                                    int32_t data_length) {
     return over_bytes(row.made(), data, start_index, data_length);
 }
-Ref<ManagedObject> of_container(const Constructor& row, StreamContainerObject* stream_container) {
+Ref<ManagedObject> of_container(const ReaderConstructor& row, StreamContainerObject* stream_container) {
     return over_container(row.made(), stream_container);
 }
 
@@ -73,7 +73,7 @@ using ReaderBE = management::TiffBigEndianStreamReader;
 using BigReader = management::BigTiff::BigTiffReader;
 using BigReaderBE = management::BigTiff::BigTiffReaderBE;
 
-constexpr Constructor kConstructors[] = {
+constexpr ReaderConstructor kReaderConstructors[] = {
     {&Reader::ctor_000_TiffStreamReader, kBytes},
     {&Reader::ctor_001_TiffStreamReader, kBytesFrom},
     {&Reader::ctor_002_TiffStreamReader, kBytesWithin},
@@ -185,10 +185,10 @@ Ref<ManagedObject> get_reader_of_bytes(std::span<const std::byte> bytes, int32_t
     return over_bytes(tiff_reader_class(tiff_stream_kind(byte_order, is_big_tiff)), bytes, bytes_offset, data_length);
 }
 
-using Factory = api::FileFormats::Tiff::FileManagement::TiffStreamFactory;
+using ReaderFactory = api::FileFormats::Tiff::FileManagement::TiffStreamFactory;
 
-const BehaviorTable ZELMOR_UNNAMED(each_row(kConstructors,
-                                            [](const Constructor& row) { return row.kind(row.entry, row); }));
+const BehaviorTable ZELMOR_UNNAMED(each_row(kReaderConstructors,
+                                            [](const ReaderConstructor& row) { return row.kind(row.entry, row); }));
 const BehaviorTable ZELMOR_UNNAMED({
     behavior<&read_bytes_into, Reader::call_000_ReadBytes>(),
     behavior<&read_bytes, Reader::call_001_ReadBytes>(),
@@ -218,8 +218,8 @@ const BehaviorTable ZELMOR_UNNAMED({
     behavior<&length, Reader::get_Length>(),
     behavior<&throws, Reader::get_ThrowExceptions>(),
     behavior<&set_throws, Reader::set_ThrowExceptions>(),
-    behavior<&get_reader, Factory::call_000_GetTiffReader>(),
-    behavior<&get_reader_of_bytes, Factory::call_001_GetTiffReader>(),
+    behavior<&get_reader, ReaderFactory::call_000_GetTiffReader>(),
+    behavior<&get_reader_of_bytes, ReaderFactory::call_001_GetTiffReader>(),
 });
 
 }  // namespace

@@ -60,7 +60,7 @@ Ref<ManagedObject> deep_clone(TagObject& self) {
     return self.copy();
 }
 
-Ref<ManagedObject> read_one(TiffReaderObject* data_stream, int64_t position) {
+Ref<ManagedObject> read_one_tag(TiffReaderObject* data_stream, int64_t position) {
     if (data_stream == nullptr) {
         throw_argument_null("data_stream");
     }
@@ -137,13 +137,13 @@ uint16_t tag_id(TagObject& self) {
 TiffType tag_type(TagObject& self) {
     return self.data_type();
 }
-Value value(TagObject& self) {
+Value value_of_tag(TagObject& self) {
     return self.value();
 }
 void set_value(TagObject& self, const VariantArg* value) {
     self.assign(read_variant(value));
 }
-bool is_valid(TagObject& self) {
+bool is_valid_tag(TagObject& self) {
     return self.count() > 0 && tiff_element_size(static_cast<uint16_t>(self.data_type())) > 0;
 }
 Collection values_container(TagObject& self) {
@@ -176,10 +176,10 @@ Ref<ManagedObject> create_instance(TiffType data_type, uint16_t tag_id) {
     return tag;
 }
 
-std::optional<std::u16string> text(TagObject& self) {
+std::optional<std::u16string> text_of_tag(TagObject& self) {
     return text_of_tag(self.value());
 }
-void set_text(TagObject& self, const std::optional<std::u16string>& value) {
+void set_text_of_tag(TagObject& self, const std::optional<std::u16string>& value) {
     self.assign(given_text(value));
 }
 std::optional<Bytes> bytes(TagObject& self) {
@@ -188,10 +188,10 @@ std::optional<Bytes> bytes(TagObject& self) {
 void set_bytes(TagObject& self, const PyBytesArg* value) {
     self.assign(given_bytes(value));
 }
-Collection array(TagObject& self) {
+Collection array_of_tag(TagObject& self) {
     return {Ref<ManagedObject>(self.values())};
 }
-void set_array(TagObject& self, const VariantArg* value) {
+void set_array_of_tag(TagObject& self, const VariantArg* value) {
     const CollectionInfo& collection = find_property(self.type(), "Values")->info->collection;
     self.assign(Ref<ManagedObject>(read_list(value, element_of(collection))));
 }
@@ -235,47 +235,47 @@ BehaviorRow constructors_of(const TagClassRow& row) {
     return {row_behavior<&construct_tag>(row.first, row), row_behavior<&construct_tag>(row.second, row)};
 }
 
-using Tag = api::FileFormats::Tiff::TiffDataType;
-using Factory = api::FileFormats::Tiff::InstanceFactory::TiffTagFactory;
+using TagApi = api::FileFormats::Tiff::TiffDataType;
+using TagFactory = api::FileFormats::Tiff::InstanceFactory::TiffTagFactory;
 const BehaviorTable ZELMOR_UNNAMED(each_row(kTagClasses, constructors_of));
 const BehaviorTable ZELMOR_UNNAMED({
-    behavior<&read_one, Tag::call_000_ReadTag>(),
-    behavior<&get_aligned_data_size, Tag::call_000_GetAlignedDataSize>(),
-    behavior<&get_additional_data_size, Tag::call_000_GetAdditionalDataSize>(),
-    behavior<&compare_to, Tag::call_000_CompareTo>(),
-    behavior<&deep_clone, Tag::call_000_DeepClone>(),
-    behavior<&write_tag, Tag::call_000_WriteTag>(),
-    behavior<&write_additional_data, Tag::call_000_WriteAdditionalData>(),
-    behavior<&element_size, Tag::get_ElementSize>(),
-    behavior<&data_size, Tag::get_DataSize>(),
-    behavior<&count, Tag::get_Count>(),
-    behavior<&id, Tag::get_Id>(),
-    behavior<&tag_id, Tag::get_TagId>(),
-    behavior<&tag_type, Tag::get_TagType>(),
-    behavior<&value, Tag::get_Value>(),
-    behavior<&set_value, Tag::set_Value>(),
-    behavior<&is_valid, Tag::get_IsValid>(),
+    behavior<&read_one_tag, TagApi::call_000_ReadTag>(),
+    behavior<&get_aligned_data_size, TagApi::call_000_GetAlignedDataSize>(),
+    behavior<&get_additional_data_size, TagApi::call_000_GetAdditionalDataSize>(),
+    behavior<&compare_to, TagApi::call_000_CompareTo>(),
+    behavior<&deep_clone, TagApi::call_000_DeepClone>(),
+    behavior<&write_tag, TagApi::call_000_WriteTag>(),
+    behavior<&write_additional_data, TagApi::call_000_WriteAdditionalData>(),
+    behavior<&element_size, TagApi::get_ElementSize>(),
+    behavior<&data_size, TagApi::get_DataSize>(),
+    behavior<&count, TagApi::get_Count>(),
+    behavior<&id, TagApi::get_Id>(),
+    behavior<&tag_id, TagApi::get_TagId>(),
+    behavior<&tag_type, TagApi::get_TagType>(),
+    behavior<&value_of_tag, TagApi::get_Value>(),
+    behavior<&set_value, TagApi::set_Value>(),
+    behavior<&is_valid_tag, TagApi::get_IsValid>(),
     behavior<&values_container, types::TiffCommonArrayType::get_ValuesContainer>(),
     behavior<&make_unknown, types::TiffUnknownType::ctor_000_TiffUnknownType>(),
     behavior<&unknown_count, types::TiffUnknownType::get_Count>(),
     behavior<&unknown_offset, types::TiffUnknownType::get_OffsetOrValue>(),
     behavior<&unknown_stream, types::TiffUnknownType::get_Stream>(),
-    behavior<&create_instance, Factory::call_000_CreateInstance>(),
-    property<&text, &set_text, types::TiffASCIIType::property_Text>(),
+    behavior<&create_instance, TagFactory::call_000_CreateInstance>(),
+    property<&text_of_tag, &set_text_of_tag, types::TiffASCIIType::property_Text>(),
     property<&bytes, &set_bytes, types::TiffUndefinedType::property_Data>(),
     property<&bytes, &set_bytes, types::TiffByteType::property_Values>(),
-    property<&array, &set_array, types::TiffShortType::property_Values>(),
-    property<&array, &set_array, types::TiffLongType::property_Values>(),
-    property<&array, &set_array, types::TiffRationalType::property_Values>(),
-    property<&array, &set_array, types::TiffSByteType::property_Values>(),
-    property<&array, &set_array, types::TiffSShortType::property_Values>(),
-    property<&array, &set_array, types::TiffSLongType::property_Values>(),
-    property<&array, &set_array, types::TiffSRationalType::property_Values>(),
-    property<&array, &set_array, types::TiffFloatType::property_Values>(),
-    property<&array, &set_array, types::TiffDoubleType::property_Values>(),
-    property<&array, &set_array, types::TiffIfdType::property_Values>(),
-    property<&array, &set_array, types::TiffLong8Type::property_Values>(),
-    property<&array, &set_array, types::TiffSLong8Type::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffShortType::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffLongType::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffRationalType::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffSByteType::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffSShortType::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffSLongType::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffSRationalType::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffFloatType::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffDoubleType::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffIfdType::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffLong8Type::property_Values>(),
+    property<&array_of_tag, &set_array_of_tag, types::TiffSLong8Type::property_Values>(),
 });
 
 }  // namespace

@@ -22,15 +22,15 @@ Ref<ManagedObject> over(const TypeInfo& type, StreamContainerObject* container, 
 }
 
 // The writers differ in their class alone: a row is the constructor's name, which has the class.
-using Constructor = const EntryName*;
+using WriterConstructor = const EntryName*;
 namespace management = api::FileFormats::Tiff::FileManagement;
-constexpr Constructor kConstructors[] = {
+constexpr WriterConstructor kWriterConstructors[] = {
     &management::TiffStreamWriter::ctor_000_TiffStreamWriter,
     &management::TiffBigEndianStreamWriter::ctor_000_TiffBigEndianStreamWriter,
     &management::BigTiff::BigTiffWriter::ctor_000_BigTiffWriter,
     &management::BigTiff::BigTiffWriterBE::ctor_000_BigTiffWriterBE,
 };
-Ref<ManagedObject> construct(const Constructor& row, StreamContainerObject* writer) {
+Ref<ManagedObject> construct(const WriterConstructor& row, StreamContainerObject* writer) {
     return over(require_type(row->type.name), writer, "writer");
 }
 
@@ -130,8 +130,9 @@ Ref<ManagedObject> get_writer(StreamContainerObject* stream, api::FileFormats::T
 using WriterFactory = management::TiffStreamFactory;
 using Writer = management::TiffStreamWriter;
 
-const BehaviorTable ZELMOR_UNNAMED(each_row(kConstructors,
-                                            [](const Constructor& row) { return row_behavior<&construct>(row, row); }));
+const BehaviorTable ZELMOR_UNNAMED(each_row(kWriterConstructors, [](const WriterConstructor& row) {
+    return row_behavior<&construct>(row, row);
+}));
 const BehaviorTable ZELMOR_UNNAMED({
     behavior<&write_part, Writer::call_000_Write>(),
     behavior<&write_bytes, Writer::call_001_Write, Writer::call_000_WriteBytes>(),

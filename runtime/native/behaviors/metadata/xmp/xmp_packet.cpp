@@ -15,7 +15,6 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kMeta = api::Xmp::XmpMeta::kType.name;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 Ref<ManagedObject> make_instruction(const TypeInfo& type) {
@@ -103,7 +102,7 @@ void XmpElementObject::remove(std::string_view attribute) {
 }
 
 bool XmpElementObject::is_meta() const {
-    return std::string_view(type().full_name) == kMeta;
+    return std::string_view(type().full_name) == kXmpMeta;
 }
 
 std::string XmpElementObject::open_tag() const {
@@ -183,7 +182,7 @@ void XmpPacketObject::references(ReferenceVisitor& visitor) {
 XmpPacketObject::XmpPacketObject(const TypeInfo& type) : Record(type) {
     track();
     set_property(*this, "HeaderPi", make_instance(XmpInstructionObject::kManagedName));
-    set_property(*this, "Meta", make_instance(kMeta));
+    set_property(*this, "Meta", make_instance(kXmpMeta));
     set_property(*this, "TrailerPi", make_instance(api::Xmp::XmpTrailerPi::kType.name));
 }
 

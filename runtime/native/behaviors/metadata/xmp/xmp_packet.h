@@ -15,6 +15,8 @@ namespace zelmor::embed {
 
 // The identifier that every packet has.
 constexpr const char* kXmpPacketId = "W5M0MpCehiHzreSzNTczkc9d";
+// The class of the element around everything.
+constexpr const char* kXmpMeta = api::Xmp::XmpMeta::kType.name;
 
 // The header or the trailer, each a processing instruction.
 class XmpInstructionObject final : public Record {

@@ -8,7 +8,6 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kMeta = api::Xmp::XmpMeta::kType.name;
 constexpr const char* kToolkit = "x:xmptk";
 
 using Text = std::optional<std::string>;
@@ -38,7 +37,7 @@ std::string element_xml(XmpElementObject& self) {
 }
 
 Ref<ManagedObject> meta_of_toolkit(const std::string& toolkit_version) {
-    auto meta = make_ref<XmpElementObject>(require_type(kMeta));
+    auto meta = make_ref<XmpElementObject>(require_type(kXmpMeta));
     meta->set(kToolkit, toolkit_version);
     return meta;
 }

@@ -47,18 +47,13 @@ std::vector<double> usual_lengths(uint32_t style, bool thin) {
     }
 }
 
-Affine linear(Affine map) {
-    map.dx = map.dy = 0;
-    return map;
-}
-
 // A pen on a canvas. Pens of the old kind are at least one pixel wide, and so are all if lines are not smooth.
 Stroke stroke_of(const DevicePen& pen, const Affine& to_canvas, double miter_limit, bool smooth) {
     Stroke stroke;
     stroke.cap = pen.cap;
     stroke.join = pen.join;
     stroke.miter_limit = std::max(miter_limit, 1.0);
-    const Affine nib = linear(to_canvas);
+    const Affine nib = to_canvas.linear();
     const double scale = nib.mean_scale();
     const double wide = std::abs(pen.width) * scale;
     const bool thin = pen.cosmetic || !(wide > 1);

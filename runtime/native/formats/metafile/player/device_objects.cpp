@@ -7,20 +7,20 @@ namespace {
 
 constexpr uint32_t kStock = 0x80000000;
 
-DeviceBrush brush_of(Argb color) {
+DeviceBrush solid_brush(Argb color) {
     DeviceBrush brush;
     brush.color = color;
     return brush;
 }
 
-DevicePen pen_of(uint32_t style, Argb color) {
+DevicePen plain_pen(uint32_t style, Argb color) {
     DevicePen pen;
     pen.style = style;
     pen.color = color;
     return pen;
 }
 
-DeviceFont font_of(const char16_t* face, uint8_t family) {
+DeviceFont plain_font(const char16_t* face, uint8_t family) {
     DeviceFont font;
     font.face = face;
     font.family = family;
@@ -36,33 +36,33 @@ DeviceObject stock_object(uint32_t index) {
     switch (index - kStock) {
         case 0:
         case 18:  // the brush of the device context, as long as nothing sets its color
-            return brush_of(kWhite);
+            return solid_brush(kWhite);
         case 1:
-            return brush_of(0xFFC0C0C0);
+            return solid_brush(0xFFC0C0C0);
         case 2:
-            return brush_of(0xFF808080);
+            return solid_brush(0xFF808080);
         case 3:
-            return brush_of(0xFF404040);
+            return solid_brush(0xFF404040);
         case 4:
-            return brush_of(kBlack);
+            return solid_brush(kBlack);
         case 5:
             return none;
         case 6:
-            return pen_of(DevicePen::kSolid, kWhite);
+            return plain_pen(DevicePen::kSolid, kWhite);
         case 7:
         case 19:
-            return pen_of(DevicePen::kSolid, kBlack);
+            return plain_pen(DevicePen::kSolid, kBlack);
         case 8:
-            return pen_of(DevicePen::kNull, kBlack);
+            return plain_pen(DevicePen::kNull, kBlack);
         case 10:
         case 11:
         case 16:
-            return font_of(u"Courier New", kModern);
+            return plain_font(u"Courier New", kModern);
         case 12:
         case 13:
         case 14:
         case 17:
-            return font_of(u"Arial", kSwiss);
+            return plain_font(u"Arial", kSwiss);
         case 15:
             return DevicePalette();
         default:

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "runtime/native/imagework/units.h"
+
 namespace zelmor::embed::metafile {
 
 namespace {
@@ -16,11 +18,11 @@ double length_of_unit(MapMode mode) {
         case MapMode::kHighMetric:
             return 0.01;
         case MapMode::kLowEnglish:
-            return 0.254;
+            return kMillimetersPerInch / 100;
         case MapMode::kHighEnglish:
-            return 0.0254;
+            return kMillimetersPerInch / 1000;
         case MapMode::kTwips:
-            return 25.4 / 1440;
+            return kMillimetersPerInch / 1440;
         default:
             return 0;
     }

@@ -7,6 +7,7 @@
 
 #include "runtime/native/behaviors/drawing/regions.h"
 #include "runtime/native/formats/metafile/player/device_objects.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::embed::metafile {
 
@@ -18,7 +19,7 @@ enum class MapMode { kText = 1, kLowMetric, kHighMetric, kLowEnglish, kHighEngli
 // The device that the file was made for.
 struct DeviceSpace {
     RectD bounds;  // of the picture
-    PointD pixels_per_mm{96 / 25.4, 96 / 25.4};
+    PointD pixels_per_mm{96 / kMillimetersPerInch, 96 / kMillimetersPerInch};
     Affine to_canvas;
 };
 

@@ -57,11 +57,6 @@ std::string family_of(const DeviceFont& font) {
     return name;
 }
 
-Affine linear(Affine map) {
-    map.dx = map.dy = 0;
-    return map;
-}
-
 }  // namespace
 
 // One run of text. Its own space has its origin where the text begins on the baseline, y pointing down and the units
@@ -86,9 +81,9 @@ class TextDrawing {
         const Affine page = state.page_map(device.space());
         const Affine upright = Affine::scaling(std::hypot(page.m11, page.m12), std::hypot(page.m21, page.m22));
         const Affine turn = Affine::rotation(-font.escapement / 10);
-        const Affine world = linear(state.world);
+        const Affine world = state.world.linear();
         m_map = (world == Affine() ? upright.then(turn) : turn.then(world).then(upright))
-                    .then(linear(device.space().to_canvas));
+                    .then(device.space().to_canvas.linear());
         const double scale = m_map.mean_scale();
         if (!(scale > 0) || !std::isfinite(scale)) {
             return;

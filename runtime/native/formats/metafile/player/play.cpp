@@ -9,6 +9,7 @@
 #include "runtime/native/formats/metafile/player/emf_player.h"
 #include "runtime/native/formats/metafile/player/plus_player.h"
 #include "runtime/native/formats/metafile/player/wmf_player.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::embed::metafile {
 
@@ -17,7 +18,7 @@ namespace {
 using std::string_view;
 
 constexpr int kDeepestMetafile = 4;
-constexpr double kPixelsPerInch = 96, kMillimetersPerInch = 25.4;
+constexpr double kPixelsPerInch = 96;
 
 bool is_class(const ManagedObject& record, string_view name) {
     return name == record.type().name;

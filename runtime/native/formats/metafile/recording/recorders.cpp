@@ -13,6 +13,7 @@
 #include "runtime/native/formats/metafile/recording/plus_parts.h"
 #include "runtime/native/formats/metafile/recording/recorder.h"
 #include "runtime/native/formats/metafile/recording/wmf_canvas.h"
+#include "runtime/native/imagework/units.h"
 
 namespace zelmor::embed::metafile {
 
@@ -20,8 +21,6 @@ namespace {
 
 using EmfApi = api::FileFormats::Emf::Graphics::EmfRecorderGraphics2D;
 using WmfApi = api::FileFormats::Wmf::Graphics::WmfRecorderGraphics2D;
-
-constexpr double kMillimetersPerInch = 25.4;
 
 // A recorder with the image that it goes on with, or a new one.
 class EmfRecorder final : public RecorderObject {
