@@ -5,6 +5,7 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 
 #include "exchange/wire/tags.h"
@@ -72,7 +73,9 @@ class WireArguments {
 
     void** pointers() { return m_pointers.data(); }
 
+    void add(const void* pointer) { add(reinterpret_cast<uintptr_t>(pointer)); }
     template <class T>
+        requires std::is_arithmetic_v<T>
     void add(T value) {
         static_assert(sizeof(T) <= sizeof(uint64_t));
         uint64_t& slot = m_words.emplace_back(0);
@@ -352,6 +355,7 @@ void run_call(const zelmor_pictures_entry& entry, int64_t self, zelmor_pictures_
     }
     std::vector<std::pair<size_t, uint64_t*>> written;
     if (is_setter) {
+        assert(property != nullptr);
         arguments.add_argument(0, given[0], property->wire, property->collection);
     } else {
         for (size_t i = 0; i < expected; ++i) {

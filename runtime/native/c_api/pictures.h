@@ -57,6 +57,7 @@ enum zelmor_pictures_struct {
 /* The shapes of a list. */
 enum zelmor_pictures_shape { ZELMOR_PICTURES_ARRAY = 0, ZELMOR_PICTURES_ARRAY_LIST = 1, ZELMOR_PICTURES_LIST = 2 };
 
+/* NOLINTBEGIN(modernize-use-using): C has no other way. */
 typedef struct zelmor_pictures_color {
     uint32_t argb;
     int16_t known;        /* the number of a known color, or 0 */
@@ -99,6 +100,7 @@ typedef struct zelmor_pictures_host {
 } zelmor_pictures_host;
 
 typedef struct zelmor_pictures_entry zelmor_pictures_entry;
+/* NOLINTEND(modernize-use-using) */
 
 /* Has to be the first call, and may be repeated. */
 void zelmor_pictures_start(const zelmor_pictures_host* host);

@@ -65,6 +65,13 @@ inline Given items(const std::vector<Given>& values, int32_t shape = ZELMOR_PICT
     return {ZELMOR_PICTURES_ITEMS, shape, 0, values.data(), static_cast<int64_t>(values.size())};
 }
 
+// The fields of a structure that are all of one type.
+template <class T>
+std::vector<T> fields_of(const Given& value, size_t count) {
+    const auto* data = static_cast<const T*>(value.data);
+    return {data, data + count};
+}
+
 std::u16string text_of(const Given& value);
 double real_of(const Given& value);
 

@@ -196,12 +196,12 @@ TEST_F(ListsTest, AListThatACallChangesIsGivenBack) {
     ASSERT_EQ(arguments[0].kind, ZELMOR_PICTURES_OBJECT);
     EXPECT_EQ(arguments[0].detail, 3);
     const Held list(arguments[0]);
-    const float expected[][2] = {{12, 24}, {16, 28}};
+    const std::vector<float> expected[] = {{12, 24}, {16, 28}};
     for (int64_t i = 0; i < 2; ++i) {
         Given item = {};
         ASSERT_EQ(zelmor_pictures_item(list.get(), i, &item), 0);
         ASSERT_EQ(item.detail, ZELMOR_PICTURES_POINT_F);
-        EXPECT_EQ(std::memcmp(item.data, expected[i], sizeof expected[i]), 0) << i;
+        EXPECT_EQ(fields_of<float>(item, 2), expected[i]);
     }
     // A list that is an object already is changed in place.
     std::vector<Given> again = {object(list.get())};
@@ -211,8 +211,7 @@ TEST_F(ListsTest, AListThatACallChangesIsGivenBack) {
     const Held same(again[0]);
     Given item = {};
     ASSERT_EQ(zelmor_pictures_item(list.get(), 0, &item), 0);
-    const float twice[] = {34, 68};
-    EXPECT_EQ(std::memcmp(item.data, twice, sizeof twice), 0);
+    EXPECT_EQ(fields_of<float>(item, 2), (std::vector<float>{34, 68}));
 }
 
 }  // namespace

@@ -17,8 +17,6 @@ namespace zelmor::embed {
 
 namespace {
 
-using api::Masking::Options::AssumedObjectData;
-using api::Masking::Options::AutoMaskingArgs;
 using api::Masking::Options::AutoMaskingGraphCutOptions;
 using api::Masking::Options::GraphCutMaskingOptions;
 using api::Masking::Options::MaskingOptions;
