@@ -226,7 +226,7 @@ void require_holdable(const Request& request, size_t count, bool several) {
 // The pixels of a page as an image of their own.
 Ref<ImageObject> drawn_image(const DrawnPage& page, const SharedBudget& budget) {
     const auto& source = dynamic_cast<const VectorImageObject&>(*page.source);
-    const Ref<ImageObject> raster = raster_of(page, budget);
+    Ref<ImageObject> raster = raster_of(page, budget);
     raster->is_drawn = true;
     if (source.palette_replaces_colors) {
         std::unique_ptr<Picture> picture = raster->picture().copy();

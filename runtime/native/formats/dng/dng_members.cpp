@@ -48,7 +48,7 @@ Ref<ManagedObject> image_parameters(const DngReport& report) {
     set_property(*parameters, "Description", text_value(report.description));
     set_property(*parameters, "Model", text_value(report.model));
     set_property(*parameters, "CameraManufacturer", text_value(report.make));
-    set_property(*parameters, "IsFoveon", int64_t{report.is_foveon});
+    set_property(*parameters, "IsFoveon", static_cast<int64_t>(report.is_foveon));
     set_property(*parameters, "Software", text_value(report.software));
     set_property(*parameters, "RawCount", bits_value(report.raw_count));
     set_property(*parameters, "Filters", bits_value(report.filters));

@@ -20,7 +20,7 @@ using Path = std::optional<std::u16string>;
 
 // A copy of an image of another format has the bits of the file that it is to become.
 Ref<ImageObject> jpeg_of(const Ref<ImageObject>& image, bool keeps_settings) {
-    const Ref<ImageObject> result = as_format(image, encoding_of(JpegEncoding{}), keeps_settings);
+    Ref<ImageObject> result = as_format(image, encoding_of(JpegEncoding{}), keeps_settings);
     if (result != image) {
         const imagework::Picture& picture = result->picture();
         const bool inks = picture.form().color == imagework::ColorModel::kCmyk;

@@ -220,9 +220,9 @@ bool EmfCanvas::emit_text(const TextLayout& layout, const Affine& placing, Argb 
         set_property(*font, "Escapement", turn);
         set_property(*font, "Orientation", turn);
         set_property(*font, "Weight", int64_t{layout.bold ? 700 : 400});
-        set_property(*font, "Italic", int64_t{layout.italic});
-        set_property(*font, "Underline", int64_t{layout.underline});
-        set_property(*font, "Strikeout", int64_t{layout.strikeout});
+        set_property(*font, "Italic", static_cast<int64_t>(layout.italic));
+        set_property(*font, "Underline", static_cast<int64_t>(layout.underline));
+        set_property(*font, "Strikeout", static_cast<int64_t>(layout.strikeout));
         set_property(*font, "Charset", int64_t{1});
         set_property(*font, "Facename", Value(face));
         const auto record = add("EmfExtCreateFontIndirectW");
@@ -246,7 +246,7 @@ bool EmfCanvas::emit_text(const TextLayout& layout, const Affine& placing, Argb 
     for (size_t i = 1; i <= text.size(); ++i) {
         const bool measured = text.size() <= kMostMeasured;
         const double end = measured ? width_of(i) : whole * static_cast<double>(i) / static_cast<double>(text.size());
-        advances.push_back(int64_t{std::lround(end) - std::lround(before)});
+        advances.emplace_back(std::lround(end) - std::lround(before));
         before = end;
     }
     const PointD at = placing.apply({0, drawing_backend().measure(layout).baseline});

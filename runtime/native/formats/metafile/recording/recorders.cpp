@@ -40,8 +40,7 @@ class EmfRecorder final : public RecorderObject {
     }
     Ref<MetaImageObject> end() {
         const std::unique_ptr<RecordCanvas> canvas = finish();
-        const auto image =
-            make_ref<MetaImageObject>(require_type(api::FileFormats::Emf::EmfImage::kType.name), drawing());
+        auto image = make_ref<MetaImageObject>(require_type(api::FileFormats::Emf::EmfImage::kType.name), drawing());
         MetafileDrawing& made = image->metafile();
         for (const Records& records : {static_cast<EmfCanvas&>(*canvas).records(), m_parts.after}) {
             for (const Ref<ManagedObject>& record : records) {

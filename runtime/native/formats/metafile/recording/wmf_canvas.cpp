@@ -176,7 +176,7 @@ void WmfCanvas::emit_fill(const Outline& given, FillRule rule, Argb color) {
         if (!whole && points.size() > kMostPoints) {
             finish();  // parts beside each other can stand in several records
         }
-        counts.push_back(static_cast<int64_t>(polygon.size()));
+        counts.emplace_back(static_cast<int64_t>(polygon.size()));
         for (const PointD& point : polygon) {
             const PointD at = units(point);
             points.push_back(point_value({double(unit16(at.x)), double(unit16(at.y))}));
@@ -265,7 +265,7 @@ bool WmfCanvas::emit_text(const TextLayout& layout, const Affine& placing, Argb 
         TextLayout part = layout;
         part.text = layout.text.substr(0, i);
         const double end = drawing_backend().measure(part).width * scale->along;
-        advances.push_back(int64_t{std::lround(end) - std::lround(before)});
+        advances.emplace_back(std::lround(end) - std::lround(before));
         before = end;
     }
     set_list(*record, "Dx", advances);
