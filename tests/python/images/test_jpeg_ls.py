@@ -132,6 +132,23 @@ def test_a_preset() -> None:
         saved(image_of(smooth()), options(jpeg_ls_preset=preset))
 
 
+@pytest.mark.parametrize(("bits", "refused"), [(8, [1, 127, 128, 254, 256]), (12, [255, 4094, 4096, 65535])])
+def test_another_greatest_sample_is_refused(bits: int, refused: list[int]) -> None:
+    """Files were written that had other pixels."""
+    preset = JpegLsPresetCodingParameters()
+    most = (1 << bits) - 1
+    image = deep_image(np.arange(20).reshape(4, 5) * 3000)
+    for value in refused:
+        preset.maximum_sample_value = value
+        with managed_error("ImageSaveException", f"JpegLsPreset does not suit JPEG-LS: the greatest sample of {bits} "
+                                                 f"bits is {most}, and no other is written"):
+            saved(image, options(jpeg_ls_preset=preset, bits_per_channel=bits))
+    plain = samples(saved(image, options(bits_per_channel=bits)))
+    for value in (0, most):
+        preset.maximum_sample_value, preset.reset_value = value, 40
+        assert np.array_equal(samples(saved(image, options(jpeg_ls_preset=preset, bits_per_channel=bits))), plain)
+
+
 def test_what_describes_the_picture() -> None:
     chosen = options(comment="words")
     image = image_of(smooth())

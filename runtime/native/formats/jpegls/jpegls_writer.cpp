@@ -100,6 +100,13 @@ class JpegLsWriter final : public RowWriter {
                 "JpegLsInterleaveMode");
         const charls_jpegls_pc_parameters preset{m_ls.maximum, m_ls.thresholds[0], m_ls.thresholds[1],
                                                  m_ls.thresholds[2], m_ls.reset};
+        // The library would write a lower one into the file, and code as if it were the greatest of the bits.
+        const int greatest = (1 << m_ls.bits) - 1;
+        if (m_ls.maximum != 0 && m_ls.maximum != greatest) {
+            throw PictureError(Failure::kEncoding, "JpegLsPreset does not suit JPEG-LS: the greatest sample of " +
+                                                       std::to_string(m_ls.bits) + " bits is " +
+                                                       std::to_string(greatest) + ", and no other is written");
+        }
         const bool has_preset =
             m_ls.maximum != 0 || m_ls.reset != 0 ||
             std::any_of(m_ls.thresholds.begin(), m_ls.thresholds.end(), [](int threshold) { return threshold != 0; });
