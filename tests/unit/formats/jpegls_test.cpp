@@ -391,6 +391,81 @@ TEST(JpegLsRefusals, SettingsHaveBounds) {
     EXPECT_FALSE(taken(settings(100, 0, 0, 0, 0, 51)));
 }
 
+// Table C.3 of the standard, for the usual basic values of 3, 7 and 21. What a file leaves out shows by what it may say
+// besides: the limits rise.
+TEST(JpegLsRefusals, LimitsThatAFileLeavesOutAreThoseOfTheStandard) {
+    const auto taken = [](int top, int near, int t1, int t2, int t3) {
+        Parts parts = example();
+        parts.frame[0] = 16;
+        parts.before = {0xFF, 0xF8, 0, 13, 1};
+        for (const int value : {top, t1, t2, t3, 0}) {
+            parts.before.push_back(static_cast<uint8_t>(value >> 8));
+            parts.before.push_back(static_cast<uint8_t>(value));
+        }
+        parts.scan[3] = static_cast<uint8_t>(near);
+        try {
+            example_of(parts.file(), true);
+        } catch (const PictureError& error) {
+            return std::string(error.what()) != "the settings of JPEG-LS make no sense";
+        }
+        return true;
+    };
+    const auto clamped = [](int value, int least, int top) { return value > top || value < least ? least : value; };
+    for (const int top : {3,   4,   5,   6,   7,    9,    14,   15,   16,   20,   30,   31,   32,   40,    62,
+                          63,  64,  84,  85,  86,   100,  126,  127,  128,  129,  200,  255,  256,  383,   384,
+                          385, 500, 639, 640, 1000, 2000, 3967, 3968, 4000, 4094, 4095, 4096, 5000, 30000, 65535}) {
+        for (const int near : {0, 1, 2, 5, 9, 50, 127, 255}) {
+            if (near > std::min(255, top / 2)) {
+                continue;
+            }
+            int limits[3];
+            constexpr int kBasic[] = {3, 7, 21};
+            constexpr int kLeast[] = {2, 3, 4};
+            constexpr int kOfLoss[] = {3, 5, 7};
+            for (int i = 0; i < 3; i++) {
+                const int least = i == 0 ? near + 1 : limits[i - 1];
+                if (top >= 128) {
+                    const int factor = (std::min(top, 4095) + 128) / 256;
+                    limits[i] = clamped(factor * (kBasic[i] - kLeast[i]) + kLeast[i] + kOfLoss[i] * near, least, top);
+                } else {
+                    const int factor = 256 / (top + 1);
+                    limits[i] = clamped(std::max(kLeast[i], kBasic[i] / factor + kOfLoss[i] * near), least, top);
+                }
+            }
+            SCOPED_TRACE("top " + std::to_string(top) + ", near " + std::to_string(near));
+            const auto [t1, t2, t3] = limits;
+            EXPECT_TRUE(taken(top, near, 0, t1, 0));
+            EXPECT_TRUE(taken(top, near, 0, t3, 0));
+            EXPECT_TRUE(taken(top, near, t2, 0, 0));
+            EXPECT_TRUE(taken(top, near, 0, 0, t2));
+            EXPECT_FALSE(t1 > 1 && taken(top, near, 0, t1 - 1, 0));
+            EXPECT_FALSE(taken(top, near, 0, t3 + 1, 0));
+            EXPECT_FALSE(taken(top, near, t2 + 1, 0, 0));
+            EXPECT_FALSE(t2 > 1 && taken(top, near, 0, 0, t2 - 1));
+        }
+    }
+}
+
+// A sample that is a run of one: a single bit.
+TEST(JpegLsRefusals, AByteOfOnesIsFollowedByAZero) {
+    const auto found = [](const Bytes& data) {
+        const Parts parts{{8, 0, 1, 0, 1, 1, 1, 0x11, 0}, {1, 1, 0, 0, 0, 0}, {}, data, {}};
+        try {
+            return decode_jpegls(parts.file(), {1, 1, 1}, false).samples == Samples{0};
+        } catch (const PictureError&) {
+            return false;
+        }
+    };
+    EXPECT_TRUE(found({0x80}));
+    EXPECT_TRUE(found({0xFF, 0}));
+    EXPECT_TRUE(found({0xFF, 0x7F}));
+    EXPECT_TRUE(found({0xFE}));
+    EXPECT_FALSE(found({0xFF, 0x80})) << "a marker";
+    EXPECT_FALSE(found({0xFF, 0xD9}));
+    EXPECT_FALSE(found({0xFF})) << "the beginning of one";
+    EXPECT_FALSE(found({}));
+}
+
 TEST(JpegLsRefusals, TheScan) {
     struct Case {
         Bytes scan;
