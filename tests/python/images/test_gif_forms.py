@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import dataclasses
+import io
 import struct
 import zlib
 from pathlib import Path
@@ -536,3 +537,17 @@ assert len(image.pages) == 1000
 assert RasterImage._cast_to(image.pages[20]).value.get_argb_32_pixel(19, 19) == 0x04010203
 """
     run_child(program)
+
+
+def test_the_transparent_color_of_a_file_without_a_palette() -> None:
+    """The format leaves the colors to the reader, for whom they are black and white."""
+    file = io.BytesIO()
+    picture = Pillow.fromarray((np.arange(60) % 2).astype(np.uint8).reshape(6, 10), "P")
+    picture.putpalette([9, 8, 7, 1, 2, 3])
+    picture.save(file, "GIF", transparency=1)
+    data = file.getvalue()
+    size = 6 << (data[10] & 7)
+    without = data[:10] + bytes([data[10] & 0x7F]) + data[11:13] + data[13 + size:]
+    image = raster(Image.load(io.BytesIO(without)))
+    assert image.has_transparent_color and image.transparent_color.to_argb() & 0xFFFFFFFF == 0xFFFFFFFF
+    assert [entry & 0xFFFFFFFF for entry in image.palette.argb_32_entries] == [0xFF000000, 0x00FFFFFF]

@@ -28,8 +28,9 @@ void probe_gif(const ByteReader& file, FileFacts& facts) {
     encoding.aspect_ratio = in.u8(12);
     bool global_palette = (flags & 0x80) != 0;
     int palette_bits = (flags & 7) + 1;
-    uint64_t palette_at = 13;
-    uint64_t at = palette_at + (global_palette ? 3ULL << palette_bits : 0);
+    constexpr uint64_t kScreenSize = 13;
+    std::optional<uint64_t> palette_at = global_palette ? std::optional(kScreenSize) : std::nullopt;
+    uint64_t at = kScreenSize + (global_palette ? 3ULL << palette_bits : 0);
     std::optional<int> transparent_index;
     while (in.has(at, 2)) {
         int kind = in.u8(at);
@@ -61,20 +62,19 @@ void probe_gif(const ByteReader& file, FileFacts& facts) {
     }
     encoding.palette_bits = palette_bits;
     facts.encoding = encoding;
-    if (in.has(palette_at, 3ULL << palette_bits)) {
+    if (!palette_at) {
+        facts.palette = {kBlack, kWhite};  // the format leaves it to the reader
+    } else if (in.has(*palette_at, 3ULL << palette_bits)) {
         for (uint64_t i = 0; i < 1ULL << palette_bits; i++) {
-            facts.palette.push_back(rgb_entry(in, palette_at + 3 * i));
+            facts.palette.push_back(rgb_entry(in, *palette_at + 3 * i));
         }
     }
     if (transparent_index) {
         facts.has_alpha = true;
-        uint64_t entry = palette_at + 3 * static_cast<uint64_t>(*transparent_index);
         if (static_cast<size_t>(*transparent_index) < facts.palette.size()) {
-            facts.palette[static_cast<size_t>(*transparent_index)] &= 0xFFFFFF;
-        }
-        if (*transparent_index < 1 << palette_bits && in.has(entry, 3)) {
-            facts.transparent_color = 0xFF000000 | static_cast<uint32_t>(in.u8(entry)) << 16 |
-                                      static_cast<uint32_t>(in.u8(entry + 1)) << 8 | in.u8(entry + 2);
+            Argb& color = facts.palette[static_cast<size_t>(*transparent_index)];
+            facts.transparent_color = color;
+            color &= 0xFFFFFF;
         }
     }
 }
