@@ -148,7 +148,7 @@ Contour spline_contour(std::span<const PointD> points, double tension, size_t fi
     const auto tangent = [&](size_t i) {
         return (points[std::min(i + 1, n - 1)] - points[i == 0 ? 0 : i - 1]) * (tension / 3);
     };
-    for (size_t i = first; i < first + count && i + 1 < n; ++i) {
+    for (size_t i = first; i < first + count; ++i) {
         contour.curve_to(points[i] + tangent(i), points[i + 1] - tangent(i + 1), points[i + 1]);
     }
     return contour;

@@ -70,19 +70,16 @@ class Widener {
         if (m_pen.join == Join::kRound) {
             return disc(at);
         }
-        if (turn == 0 && in.x * out.x + in.y * out.y > 0) {
+        if (turn == 0) {  // straight on, or back on the same line
             return;
         }
         const double outer = turn > 0 ? -m_half : m_half;
         const PointD a = at + normal(in) * outer, b = at + normal(out) * outer;
         const PointD middle = (a + b) * 0.5 - at;
         // Half the width over the distance of the bevel gives the length of the miter.
-        const double bevel = middle.length();
-        if (m_pen.join != Join::kBevel && bevel > 0) {
-            const double ratio = m_half / bevel;
-            if (ratio <= m_pen.miter_limit) {
-                return add({at, a, at + middle * (ratio * ratio), b});
-            }
+        const double ratio = m_half / middle.length();
+        if (m_pen.join != Join::kBevel && ratio <= m_pen.miter_limit) {
+            return add({at, a, at + middle * (ratio * ratio), b});
         }
         add({at, a, b});
     }
