@@ -115,6 +115,18 @@ def test_a_channel_has_1_to_64_bits(method: str, count: int) -> None:
                 make(*given)
 
 
+def test_the_layout_of_grays_can_be_replaced() -> None:
+    before = PixelDataFormat.grayscale
+    try:
+        PixelDataFormat.set_grayscale(PixelDataFormat.GRAYSCALE16)
+        assert PixelDataFormat.grayscale == PixelDataFormat.GRAYSCALE16
+        with managed_error("ArgumentNullException", "'value'"):
+            PixelDataFormat.set_grayscale(None)
+    finally:
+        PixelDataFormat.set_grayscale(before)
+    assert facts(PixelDataFormat.grayscale) == NAMED["grayscale"]
+
+
 # ---- Channels by formula, from 16 bits each
 
 def rounded(values: Any) -> Any:

@@ -182,6 +182,13 @@ TEST(WideningTest, OnlyCornersBetweenLinesHaveJoins) {
     pen.start_cap = pen.end_cap = EndCap::kFlat;
     const Outline straight = widened({polygon_contour(std::vector<PointD>{{0, 0}, {1, 0}, {3, 0}}, false)}, pen, 0.01);
     EXPECT_EQ(straight.size(), 2U);
+    // Nor has a size a part in which way they turn.
+    pen.width = 0.5;
+    for (const PointD end : {PointD{1, 0}, PointD{-1, 0}, PointD{0, 1}, PointD{0.25, -0.25}, PointD{-0.01, 0.02}}) {
+        const Outline small = widened({polygon_contour(std::vector<PointD>{{0, 0}, end}, false)}, pen, 0.01);
+        EXPECT_EQ(small.size(), 1U);
+        expect_one_turn(small);
+    }
 }
 
 TEST(WideningTest, EndsHaveTheShapeOfTheirCap) {

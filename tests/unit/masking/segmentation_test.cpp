@@ -1,0 +1,407 @@
+// The methods of masking: what they ask of the segmentation backend, and what they make of its answers.
+#include "runtime/native/behaviors/masking/segmentation.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "area_pixels.h"
+
+namespace zelmor::embed {
+namespace {
+
+using maskwork::Side;
+
+const Checkpoint kGoOn = [] {};
+constexpr int32_t kWidth = 20, kHeight = 16;
+
+// Keeps what it is asked, and answers as the test says.
+class MadeUpBackend final : public maskwork::Backend {
+ public:
+    std::vector<size_t> changes;  // by the steps of a cut
+    std::vector<Side> asked, answer;
+    size_t steps = 0;
+    Labels flooded;
+
+    std::unique_ptr<maskwork::GraphCut> graph_cut(const maskwork::PictureView& picture,
+                                                  std::vector<Side> sides) override {
+        EXPECT_EQ(std::make_pair(picture.width, picture.height), std::make_pair(kWidth, kHeight));
+        asked = std::move(sides);
+        return std::make_unique<Cut>(*this);
+    }
+    void watershed(const maskwork::PictureView&, std::span<int32_t> labels) override {
+        flooded.assign(labels.begin(), labels.end());
+        std::replace(labels.begin(), labels.end(), -1, 0);
+    }
+    std::string library() const override { return "made up"; }
+
+ private:
+    class Cut final : public maskwork::GraphCut {
+     public:
+        explicit Cut(MadeUpBackend& owner) : m_owner(owner) {}
+        size_t step() override { return m_owner.changes.at(m_owner.steps++); }
+        std::span<const Side> sides() const override { return m_owner.answer.empty() ? m_owner.asked : m_owner.answer; }
+
+     private:
+        MadeUpBackend& m_owner;
+    };
+};
+
+SegmentationTask task_of(SegmentationMethod method, AreaPixels pixels, MadeUpBackend& backend) {
+    SegmentationTask task;
+    task.method = method;
+    task.pixels = std::make_shared<const AreaPixels>(std::move(pixels));
+    task.backend = &backend;
+    return task;
+}
+
+// What `side` says of each place.
+template <class Value, class Say>
+std::vector<Value> everywhere(Say&& say) {
+    std::vector<Value> values;
+    for (int32_t y = 0; y < kHeight; ++y) {
+        for (int32_t x = 0; x < kWidth; ++x) {
+            values.push_back(say(x, y));
+        }
+    }
+    return values;
+}
+
+bool is_at(const std::vector<PointValue>& points, int32_t x, int32_t y) {
+    return std::any_of(points.begin(), points.end(), [&](PointValue p) { return p.x == x && p.y == y; });
+}
+
+AreaPixels left_and_right() {
+    AreaPixels pixels = one_color(kWidth, kHeight, gray(30));
+    for (int32_t y = 0; y < kHeight; ++y) {
+        for (int32_t x = kWidth / 2; x < kWidth; ++x) {
+            pixels.argb[pixels.at({x, y})] = gray(200);
+        }
+    }
+    return pixels;
+}
+
+TEST(SegmentationTest, RectanglesStandAroundWhatMayBeTheObject) {
+    MadeUpBackend backend;
+    backend.changes = {0};
+    SegmentationTask task = task_of(SegmentationMethod::kGraphCut, left_and_right(), backend);
+    const RectangleValue first{2, 3, 5, 4}, second{10, 9, 6, 5};
+    task.hints.rectangles = {first, second};
+    task.hints.points = {{{3, 4}}, {{4, 4}, {0, 0}}, {{11, 10}}};
+    task.hints.orphans = {{12, 10}};
+    const Segmentation found = segment(task, kGoOn);
+    EXPECT_EQ(backend.asked, everywhere<Side>([&](int32_t x, int32_t y) {
+                  if (is_at({{4, 4}, {0, 0}, {11, 10}}, x, y)) {
+                      return Side::kObject;
+                  }
+                  if (is_at({{3, 4}, {12, 10}}, x, y)) {
+                      return Side::kBackground;
+                  }
+                  return is_inside(first, x, y) || is_inside(second, x, y) ? Side::kLikelyObject : Side::kBackground;
+              }));
+    EXPECT_EQ(found.labels, everywhere<int32_t>([&](int32_t x, int32_t y) {
+                  return is_object(backend.asked[static_cast<size_t>(y * kWidth + x)]) ? 1 : 0;
+              }));
+    EXPECT_TRUE(found.strokes.empty());
+}
+
+TEST(SegmentationTest, PointsGiveTheirSideToSimilarColors) {
+    for (const bool names_background : {false, true}) {
+        MadeUpBackend backend;
+        backend.changes = {0};
+        AreaPixels pixels = left_and_right();
+        for (int32_t x = 0; x < kWidth; ++x) {  // the edge is dark
+            pixels.argb[pixels.at({x, 0})] = pixels.argb[pixels.at({x, kHeight - 1})] = gray(40);
+        }
+        for (int32_t y = 0; y < kHeight; ++y) {
+            pixels.argb[pixels.at({0, y})] = pixels.argb[pixels.at({kWidth - 1, y})] = gray(40);
+        }
+        SegmentationTask task = task_of(SegmentationMethod::kGraphCut, pixels, backend);
+        const std::vector<PointValue> background{{3, 3}}, object{{12, 5}, {13, 6}};
+        task.hints.points = {{}, object};
+        if (names_background) {
+            task.hints.points[0] = background;
+        }
+        segment(task, kGoOn);
+        EXPECT_EQ(backend.asked, everywhere<Side>([&](int32_t x, int32_t y) {
+                      if (is_at(object, x, y)) {
+                          return Side::kObject;
+                      }
+                      if (names_background && is_at(background, x, y)) {
+                          return Side::kBackground;
+                      }
+                      const bool edge = x == 0 || y == 0 || x == kWidth - 1 || y == kHeight - 1;
+                      return x >= kWidth / 2 && !edge ? Side::kLikelyObject : Side::kLikelyBackground;
+                  }));
+    }
+}
+
+TEST(SegmentationTest, OrphansAreBackgroundEnough) {
+    MadeUpBackend backend;
+    backend.changes = {0};
+    AreaPixels pixels = left_and_right();
+    SegmentationTask task = task_of(SegmentationMethod::kGraphCut, pixels, backend);
+    task.hints.points = {{}, {{12, 5}}};
+    task.hints.orphans = {{3, 3}};
+    segment(task, kGoOn);
+    // Bright pixels of the edge go with the object, since the edge stands for nothing then.
+    EXPECT_EQ(backend.asked[pixels.at({kWidth - 1, 0})], Side::kLikelyObject);
+    EXPECT_EQ(backend.asked[pixels.at({0, 0})], Side::kLikelyBackground);
+    EXPECT_EQ(backend.asked[pixels.at({3, 3})], Side::kBackground);
+}
+
+TEST(SegmentationTest, FoundStrokesSayWhatStandsOut) {
+    MadeUpBackend backend;
+    backend.changes = {0};
+    AreaPixels pixels = one_color(kWidth, kHeight, gray(30));
+    const RectangleValue bright{8, 6, 4, 4};
+    for (int32_t y = 6; y < 10; ++y) {
+        for (int32_t x = 8; x < 12; ++x) {
+            pixels.argb[pixels.at({x, y})] = gray(220);
+        }
+    }
+    SegmentationTask task = task_of(SegmentationMethod::kGraphCut, pixels, backend);
+    task.find_strokes = true;
+    const RectangleValue bounds{4, 4, 12, 8}, more{2, 13, 3, 2};
+    task.assumed = {{DetectedObjectType::kOther, bounds}};
+    task.hints.rectangles = {more};
+    task.hints.points = {{{9, 7}}};
+    const Segmentation found = segment(task, kGoOn);
+    EXPECT_EQ(found.strokes.rectangles, std::vector{bounds});
+    EXPECT_EQ(found.strokes.foreground.size(), 16U);
+    EXPECT_EQ(found.strokes.background.size(), static_cast<size_t>(2 * (kWidth + kHeight) - 4));
+    EXPECT_EQ(backend.asked, everywhere<Side>([&](int32_t x, int32_t y) {
+                  if (is_inside(bright, x, y)) {
+                      return x == 9 && y == 7 ? Side::kBackground : Side::kObject;
+                  }
+                  return is_inside(bounds, x, y) || is_inside(more, x, y) ? Side::kLikelyBackground : Side::kBackground;
+              }));
+}
+
+TEST(SegmentationTest, AnImprovementBeginsWithTheSidesBefore) {
+    MadeUpBackend backend;
+    backend.changes = {0};
+    SegmentationTask task = task_of(SegmentationMethod::kGraphCut, left_and_right(), backend);
+    task.before = everywhere<int32_t>([](int32_t x, int32_t) { return x > 4 ? 1 : 0; });
+    task.find_strokes = true;  // which there is no need of
+    const RectangleValue inside{0, 0, 15, kHeight};
+    task.hints.rectangles = {inside};
+    task.hints.points = {{{10, 10}}};
+    segment(task, kGoOn);
+    EXPECT_EQ(backend.asked, everywhere<Side>([&](int32_t x, int32_t y) {
+                  if (x >= 15 || (x == 10 && y == 10)) {
+                      return Side::kBackground;
+                  }
+                  return x > 4 ? Side::kLikelyObject : Side::kLikelyBackground;
+              }));
+}
+
+TEST(SegmentationTest, ACutStepsUntilFewPixelsChange) {
+    const auto steps = [](double precision, int32_t iterations, std::vector<size_t> changes) {
+        MadeUpBackend backend;
+        backend.changes = std::move(changes);
+        SegmentationTask task = task_of(SegmentationMethod::kGraphCut, left_and_right(), backend);
+        task.hints.rectangles = {{2, 3, 5, 4}};
+        task.precision = precision;
+        task.iterations = iterations;
+        int checkpoints = 0;
+        segment(task, [&] { ++checkpoints; });
+        EXPECT_EQ(checkpoints, static_cast<int>(backend.steps));
+        return backend.steps;
+    };
+    static_assert(kWidth * kHeight == 320);
+    EXPECT_EQ(steps(2.5, 50, {100, 9, 8, 7}), 3U);  // eight are 2.5 percent
+    EXPECT_EQ(steps(0, 50, {100, 9, 1, 0}), 4U);
+    EXPECT_EQ(steps(100, 50, {320}), 1U);
+    EXPECT_EQ(steps(0, 2, {100, 90}), 2U);
+}
+
+TEST(SegmentationTest, TheAnswerOfACutAreItsLabels) {
+    MadeUpBackend backend;
+    backend.changes = {0};
+    SegmentationTask task = task_of(SegmentationMethod::kGraphCut, left_and_right(), backend);
+    task.hints.rectangles = {{2, 3, 5, 4}};
+    backend.answer = everywhere<Side>([](int32_t x, int32_t y) { return static_cast<Side>((x + 3 * y) % 4); });
+    EXPECT_EQ(segment(task, kGoOn).labels, everywhere<int32_t>([](int32_t x, int32_t y) { return (x + 3 * y) % 2; }));
+}
+
+TEST(SegmentationTest, WithOneSideAloneThereIsNothingToCut) {
+    MadeUpBackend backend;  // which has no answer for a step
+    SegmentationTask task = task_of(SegmentationMethod::kGraphCut, left_and_right(), backend);
+    task.hints.rectangles = {{0, 0, kWidth, kHeight}};
+    EXPECT_EQ(segment(task, kGoOn).labels, Labels(kWidth * kHeight, 1));
+    task.hints = {};
+    task.hints.points = {{{1, 1}}};
+    EXPECT_EQ(segment(task, kGoOn).labels, Labels(kWidth * kHeight, 0));
+    EXPECT_TRUE(backend.asked.empty());
+}
+
+// ---- Clusters
+
+TEST(SegmentationTest, ClustersAreCountedFromTheEdgeInwards) {
+    MadeUpBackend backend;
+    // The background has most of the edge; of two others the lower one begins farther to the left.
+    AreaPixels pixels = one_color(kWidth, kHeight, gray(10));
+    const RectangleValue upper{12, 2, 4, 4}, lower{0, 8, 9, 8};
+    const auto paint = [&](const RectangleValue& area, uint32_t color) {
+        for (int32_t y = area.y; y < area.y + area.height; ++y) {
+            for (int32_t x = area.x; x < area.x + area.width; ++x) {
+                pixels.argb[pixels.at({x, y})] = color;
+            }
+        }
+    };
+    paint(upper, gray(120));
+    paint(lower, gray(240));
+    for (const auto method : {SegmentationMethod::kKMeans, SegmentationMethod::kFuzzyCMeans}) {
+        SegmentationTask task = task_of(method, pixels, backend);
+        task.objects = 3;
+        EXPECT_EQ(segment(task, kGoOn).labels, everywhere<int32_t>([&](int32_t x, int32_t y) {
+                      return is_inside(upper, x, y) ? 1 : is_inside(lower, x, y) ? 2 : 0;
+                  }));
+    }
+    // Each side of the edge counts.
+    for (const RectangleValue& edge : {RectangleValue{0, 0, kWidth, 1}, RectangleValue{0, kHeight - 1, kWidth, 1},
+                                       RectangleValue{0, 0, 1, kHeight}, RectangleValue{kWidth - 1, 0, 1, kHeight}}) {
+        pixels = one_color(kWidth, kHeight, gray(10));
+        paint({0, 0, kWidth, 1}, gray(120));
+        paint({0, kHeight - 1, kWidth, 1}, gray(120));
+        paint({0, 0, 1, kHeight}, gray(120));
+        paint({kWidth - 1, 0, 1, kHeight}, gray(120));
+        paint(edge, gray(240));
+        SegmentationTask task = task_of(SegmentationMethod::kKMeans, pixels, backend);
+        task.objects = 3;
+        const Labels labels = segment(task, kGoOn).labels;
+        EXPECT_EQ(labels[pixels.at({5, 5})] == 0, false);
+        EXPECT_EQ(std::count(labels.begin(), labels.end(), 0),
+                  2 * (kWidth + kHeight) - 4 - std::max(edge.width, edge.height));
+    }
+}
+
+TEST(SegmentationTest, NamedClustersKeepTheirNumbersAndPlaces) {
+    MadeUpBackend backend;
+    const AreaPixels pixels = left_and_right();
+    SegmentationTask task = task_of(SegmentationMethod::kKMeans, pixels, backend);
+    const auto bright_is = [&](int32_t object) {
+        return [object](int32_t x, int32_t) { return (x >= kWidth / 2) == (object == 1) ? 1 : 0; };
+    };
+    task.hints.points = {{}, {{3, 3}}};
+    EXPECT_EQ(segment(task, kGoOn).labels, everywhere<int32_t>(bright_is(0)));
+    task.hints.points = {{{3, 3}, {4, 3}}};
+    EXPECT_EQ(segment(task, kGoOn).labels, everywhere<int32_t>(bright_is(1)));
+    task.hints = {};
+    task.hints.rectangles = {{12, 5, 3, 3}};
+    EXPECT_EQ(segment(task, kGoOn).labels, everywhere<int32_t>(bright_is(1)));
+    task.hints.rectangles = {{2, 5, 3, 3}};
+    EXPECT_EQ(segment(task, kGoOn).labels, everywhere<int32_t>(bright_is(0)));
+    task.hints.points = {{}, {{15, 3}}};  // points say more than a rectangle
+    EXPECT_EQ(segment(task, kGoOn).labels, everywhere<int32_t>(bright_is(1)));
+    task.hints = {};
+    task.hints.orphans = {{15, 3}};
+    EXPECT_EQ(segment(task, kGoOn).labels, everywhere<int32_t>(bright_is(0)));
+    // Places that are named belong where it was said, whatever color they have.
+    task.hints.points = {{{2, 2}}, {{15, 3}, {1, 1}, {14, 3}, {13, 3}}};
+    task.hints.orphans = {{16, 4}};
+    EXPECT_EQ(segment(task, kGoOn).labels, everywhere<int32_t>([&](int32_t x, int32_t y) {
+                  return is_at({{1, 1}}, x, y) ? 1 : is_at({{16, 4}}, x, y) ? 0 : x >= kWidth / 2 ? 1 : 0;
+              }));
+}
+
+TEST(SegmentationTest, AnImprovementOfClustersBeginsAtTheirMeans) {
+    MadeUpBackend backend;
+    const AreaPixels pixels = left_and_right();
+    SegmentationTask task = task_of(SegmentationMethod::kKMeans, pixels, backend);
+    for (const bool bright_first : {false, true}) {
+        // The dark half was object 1, and the bright one the background; or the other way round.
+        task.before =
+            everywhere<int32_t>([&](int32_t x, int32_t) { return (x >= kWidth / 2) == bright_first ? 1 : 0; });
+        EXPECT_EQ(segment(task, kGoOn).labels, task.before);
+        task.hints.points = {{}, {{kWidth - 1, 0}}};  // what is said now counts more
+        EXPECT_EQ(segment(task, kGoOn).labels,
+                  everywhere<int32_t>([](int32_t x, int32_t) { return x >= kWidth / 2 ? 1 : 0; }));
+        task.hints = {};
+    }
+}
+
+TEST(SegmentationTest, RoundsOfClustersAreThoseOfTheTask) {
+    MadeUpBackend backend;
+    const auto checkpoints = [&](double precision, int32_t iterations) {
+        SegmentationTask task = task_of(SegmentationMethod::kKMeans, noisy(kWidth, kHeight, 5), backend);
+        task.objects = 3;
+        task.precision = precision;
+        task.iterations = iterations;
+        int count = 0;
+        segment(task, [&] { ++count; });
+        return count;
+    };
+    EXPECT_EQ(checkpoints(0, 1), 2);  // one before each round, and one behind them
+    EXPECT_EQ(checkpoints(0, 3), 4);
+    EXPECT_EQ(checkpoints(1000, 3), 2);
+}
+
+// ---- Watershed
+
+TEST(SegmentationTest, AFloodStartsWhereObjectsAreNamed) {
+    MadeUpBackend backend;
+    SegmentationTask task = task_of(SegmentationMethod::kWatershed, left_and_right(), backend);
+    task.objects = 4;
+    task.hints.points = {{{0, 0}}, {}, {{9, 9}}};
+    const RectangleValue first{2, 3, 5, 4}, second{8, 8, 6, 5}, third{0, 13, 3, 3};
+    task.hints.rectangles = {first, second, third};
+    task.hints.orphans = {{3, 3}};
+    segment(task, kGoOn);
+    EXPECT_EQ(backend.flooded, everywhere<int32_t>([&](int32_t x, int32_t y) {
+                  if (is_at({{0, 0}, {3, 3}}, x, y)) {
+                      return 0;
+                  }
+                  if (x == 9 && y == 9) {
+                      return 2;
+                  }
+                  if (x == 4 && y == 5) {  // the middle of the first rectangle
+                      return 1;
+                  }
+                  if (x == 1 && y == 14) {  // and of the third
+                      return 3;
+                  }
+                  return is_inside(first, x, y) || is_inside(second, x, y) || is_inside(third, x, y) ? -1 : 0;
+              }));
+    task.hints.rectangles.clear();
+    segment(task, kGoOn);
+    EXPECT_EQ(std::count(backend.flooded.begin(), backend.flooded.end(), -1), kWidth * kHeight - 3);
+    backend.flooded.clear();
+    EXPECT_THROW(segment(task, [] { throw 1; }), int);
+    EXPECT_TRUE(backend.flooded.empty());
+}
+
+TEST(SegmentationTest, WhatIsSaidLaterCounts) {
+    MaskingHints hints, more;
+    hints.points = {{{1, 1}, {2, 2}}, {{3, 3}}};
+    hints.orphans = {{4, 4}, {5, 5}};
+    hints.rectangles = {{0, 0, 1, 1}};
+    more.points = {{{4, 4}}, {{1, 1}}, {{9, 9}}};
+    more.orphans = {{3, 3}};
+    more.rectangles = {{1, 1, 2, 2}};
+    hints.add(more);
+    EXPECT_EQ(hints.points, (std::vector<std::vector<PointValue>>{{{2, 2}, {4, 4}}, {{1, 1}}, {{9, 9}}}));
+    EXPECT_EQ(hints.orphans, (std::vector<PointValue>{{5, 5}, {3, 3}}));
+    EXPECT_EQ(hints.rectangles, (std::vector<RectangleValue>{{0, 0, 1, 1}, {1, 1, 2, 2}}));
+    EXPECT_EQ(hints.named_objects(), 3U);
+    hints.points.clear();
+    EXPECT_EQ(hints.named_objects(), 3U);
+    hints.rectangles.clear();
+    EXPECT_EQ(hints.named_objects(), 0U);
+    EXPECT_FALSE(hints.empty());
+    hints.orphans.clear();
+    EXPECT_TRUE(hints.empty());
+}
+
+TEST(SegmentationTest, BytesOfAPixelAreThoseThatAreDocumented) {
+    EXPECT_EQ(segmentation_bytes(SegmentationMethod::kGraphCut), 328U);
+    EXPECT_EQ(segmentation_bytes(SegmentationMethod::kWatershed), 32U);
+    EXPECT_EQ(segmentation_bytes(SegmentationMethod::kKMeans), 32U);
+    EXPECT_EQ(segmentation_bytes(SegmentationMethod::kFuzzyCMeans), 32U);
+    EXPECT_EQ(segmentation_bytes(SegmentationMethod::kManual), 8U);
+}
+
+}  // namespace
+}  // namespace zelmor::embed
