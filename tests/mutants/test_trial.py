@@ -24,6 +24,8 @@ TEXT = "".join(f"int {name} = 1;\n" for name in ("seen", "lost", "slow", "wrong"
 TEXT += "enum { alone = 1 };\nenum { listed = 1 };\n"
 # A constant that a function of another source needs when it is compiled.
 TEXT += "int far = 1;\n"
+# What a member of a structure begins with, of which another source has a constant object.
+TEXT += "int member = 1;\n"
 # What a change from 1 to 2 leads to, by the name of the constant.
 OUTCOMES = {"seen": Outcome.NOTICED, "lost": Outcome.SURVIVED, "slow": Outcome.HANGS, "wrong": Outcome.NO_PROGRAM,
             "unused": Outcome.SAME_CODE, "known": Outcome.EQUIVALENT, "deep": Outcome.NOTICED,
@@ -40,6 +42,8 @@ for number, line in enumerate(text.split("#line 1\\n")[-1].splitlines(), 1):
     if "far = ::" in line:
         # The declaration begins on an earlier line than the constant.
         sys.exit(f"src/b.h:1:1: error: ...\\n../src/a.cpp:{number - 1}:1: note: 'far' was not declared 'constexpr'")
+    if "member = ::" in line:
+        sys.exit("src/b.cpp:9:1: error: call to non-'constexpr' function 'zelmor_mutants::Either<C>::operator Type()'")
 if "listed = 2" in text:
     sys.exit("CMake Error: Error running test executable.")
 pathlib.Path("build/a.o").write_text(text)
@@ -63,7 +67,7 @@ if "slow = 2" in text:
     child = subprocess.Popen([sys.executable, "-c", "import time; time.sleep(600)"])
     pathlib.Path("build/child").write_text(str(child.pid))
     time.sleep(600)
-for name in ("seen", "deep", "alone", "far"):
+for name in ("seen", "deep", "alone", "far", "member"):
     if f"{name} = 2" in text:
         sys.exit(f"FAILED {sys.argv[-1]}::test_{name} - assert 2 == 1")
 """
@@ -167,8 +171,9 @@ def test_one_build_serves_all_changes_that_can_be_chosen(tree: Path) -> None:
     assert (trial.workshop.copy / BUILD / "builds").read_text() == "build "
 
 
-def test_a_constant_that_another_source_needs_at_compile_time_gets_its_own_build(tree: Path) -> None:
-    trial = make_trial(tree, "seen", "far")
+@pytest.mark.parametrize("name", ["far", "member"])
+def test_a_constant_that_another_source_needs_at_compile_time_gets_its_own_build(tree: Path, name: str) -> None:
+    trial = make_trial(tree, "seen", name)
     told = list(trial.prepare())
     assert told[0].endswith("; 0 do not compile, 2 need builds of their own")
     assert [trial.judge(number).outcome for number in trial.changes] == [Outcome.NOTICED, Outcome.NOTICED]

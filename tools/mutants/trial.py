@@ -214,12 +214,16 @@ class Trial:
                 return True
         # The error may be elsewhere: a constant that became a choice is no constant expression for a function of
         # another file, or no value for a template that is instantiated at the end of the declaration. The messages
-        # name the source of the change then, though with another line.
+        # name the source of the change then, though with another line; of a structure whose member begins with the
+        # constant they name the choice alone.
         named = {match[1] for line in lines for match in re.finditer(r"([\w./-]+):\d+:\d+", line)}
-        suspects = [(made, number) for path, made in self._schemas.items()
-                    if any(f"/{place}".endswith(f"/{path}") for place in named)
-                    for number in made.lines if number not in self.alone | self.no_program]
+        remaining = [(path, made, number) for path, made in self._schemas.items()
+                     for number in made.lines if number not in self.alone | self.no_program]
+        suspects = [(made, number) for path, made, number in remaining
+                    if any(f"/{place}".endswith(f"/{path}") for place in named)]
         constants = {number for made, number in suspects if number not in made.in_functions}
+        if not constants and any("zelmor_mutants::Either" in line for line in errors):
+            constants = {number for _, made, number in remaining if number not in made.in_functions}
         built_alone = constants or {number for _, number in suspects}
         self.alone |= built_alone
         return bool(built_alone)

@@ -156,3 +156,25 @@ def test_webp(middle: tuple[int, ...], last: tuple[int, ...], alpha: bool, alone
     else:
         with managed_error("ImageLoadException", "WebP"):
             seen(image, 2)
+
+
+@pytest.mark.parametrize("kind", ["gif", "png"])
+def test_what_a_frame_hid_comes_back_behind_it(kind: str) -> None:
+    """A frame that hides all, and whose disposal brings back what was there: those behind it need what it hid."""
+    small = (4, 3, 2, 2)
+
+    def image() -> Any:
+        if kind == "gif":
+            return gif({"disposal": 3}, {"place": small}, damaged=False)
+        return apng((*WHOLE, 2, 0), (*small, 0, 0), png_files.RGBA, damaged=False)
+
+    in_order = image()
+    frames = [seen(in_order, number) for number in range(3)]
+    for numbers in ((2,), (1, 2), (2, 1), (0, 2, 1)):
+        shown = image()
+        for number in numbers:
+            assert np.array_equal(seen(shown, number), frames[number]), (numbers, number)
+    inside = np.zeros((HEIGHT, WIDTH), bool)
+    inside[2:5, 2:6] = True
+    assert np.array_equal(frames[2][~inside], frames[0][~inside])
+    assert (frames[2][inside] != frames[0][inside]).any()

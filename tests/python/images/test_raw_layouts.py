@@ -247,8 +247,8 @@ def test_a_layout_is_read(tmp_path: Path, name: str, depth: int) -> None:
     make, kind, alpha, bits = LAYOUTS[name]
     image, colors = picture(tmp_path / "a.png", depth, alpha=True)
     channels = CHANNELS[kind][0](colors)
-    if kind == "gray" and depth == bits[0] == 8:  # is rounded once
-        channels = luma(colors[..., :3] // 257)[..., None] * 257
+    if kind == "gray" and depth == bits[0] == 8:  # is rounded once, and a half up
+        channels = ((colors[..., :3] // 257 @ [299, 587, 114] + 500) // 1000)[..., None] * 257
     if alpha:
         channels = np.concatenate([channels, colors[..., 3:]], -1)
     values = np.stack([narrow(channels[..., i], each) for i, each in enumerate(bits)], -1)

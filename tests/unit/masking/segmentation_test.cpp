@@ -88,11 +88,11 @@ TEST(SegmentationTest, RectanglesStandAroundWhatMayBeTheObject) {
     SegmentationTask task = task_of(SegmentationMethod::kGraphCut, left_and_right(), backend);
     const RectangleValue first{2, 3, 5, 4}, second{10, 9, 6, 5};
     task.hints.rectangles = {first, second};
-    task.hints.points = {{{3, 4}}, {{4, 4}, {0, 0}}, {{11, 10}}};
+    task.hints.points = {{{3, 4}}, {{4, 4}, {1, 0}}, {{11, 10}}};
     task.hints.orphans = {{12, 10}};
     const Segmentation found = segment(task, kGoOn);
     EXPECT_EQ(backend.asked, everywhere<Side>([&](int32_t x, int32_t y) {
-                  if (is_at({{4, 4}, {0, 0}, {11, 10}}, x, y)) {
+                  if (is_at({{4, 4}, {1, 0}, {11, 10}}, x, y)) {
                       return Side::kObject;
                   }
                   if (is_at({{3, 4}, {12, 10}}, x, y)) {
@@ -137,6 +137,59 @@ TEST(SegmentationTest, PointsGiveTheirSideToSimilarColors) {
     }
 }
 
+TEST(SegmentationTest, EachSideOfTheEdgeIsBackground) {
+    const RectangleValue sides[] = {
+        {0, 0, kWidth, 1}, {0, kHeight - 1, kWidth, 1}, {0, 0, 1, kHeight}, {kWidth - 1, 0, 1, kHeight}};
+    for (const RectangleValue& side : sides) {
+        for (const bool names_background : {false, true}) {
+            // Something between both colors is at one side only, and a bit brighter once inside.
+            MadeUpBackend backend;
+            backend.changes = {0};
+            AreaPixels pixels = one_color(kWidth, kHeight, gray(30));
+            for (int32_t y = 0; y < kHeight; ++y) {
+                for (int32_t x = 0; x < kWidth; ++x) {
+                    if (is_inside(side, x, y)) {
+                        pixels.argb[pixels.at({x, y})] = gray(120);
+                    }
+                }
+            }
+            pixels.argb[pixels.at({7, 7})] = gray(122);
+            pixels.argb[pixels.at({12, 5})] = gray(200);
+            SegmentationTask task = task_of(SegmentationMethod::kGraphCut, pixels, backend);
+            task.hints.points = {{}, {{12, 5}}};
+            if (names_background) {
+                task.hints.points[0] = {{4, 4}};
+            }
+            segment(task, kGoOn);
+            EXPECT_EQ(backend.asked[pixels.at({7, 7})],
+                      names_background ? Side::kLikelyObject : Side::kLikelyBackground);
+            for (const PointValue place :
+                 {PointValue{side.x, side.y}, {side.x + side.width / 2, side.y + side.height / 2}}) {
+                EXPECT_EQ(is_object(backend.asked[pixels.at(place)]), names_background);
+            }
+        }
+    }
+}
+
+TEST(SegmentationTest, TheFirstPixelCountsAsOthersDo) {
+    for (const bool is_named : {false, true}) {
+        MadeUpBackend backend;
+        backend.changes = {0};
+        AreaPixels pixels = one_color(kWidth, kHeight, gray(30));
+        pixels.argb[pixels.at({0, 0})] = gray(120);
+        pixels.argb[pixels.at({7, 7})] = gray(122);
+        pixels.argb[pixels.at({12, 5})] = gray(200);
+        SegmentationTask task = task_of(SegmentationMethod::kGraphCut, pixels, backend);
+        task.hints.points = {{{4, 4}}, {{12, 5}}};
+        if (is_named) {
+            task.hints.points[0].push_back({0, 0});
+        }
+        segment(task, kGoOn);
+        EXPECT_EQ(backend.asked[pixels.at({0, 0})], is_named ? Side::kBackground : Side::kLikelyObject);
+        EXPECT_EQ(backend.asked[pixels.at({7, 7})], is_named ? Side::kLikelyBackground : Side::kLikelyObject);
+    }
+}
+
 TEST(SegmentationTest, OrphansAreBackgroundEnough) {
     MadeUpBackend backend;
     backend.changes = {0};
@@ -155,9 +208,9 @@ TEST(SegmentationTest, FoundStrokesSayWhatStandsOut) {
     MadeUpBackend backend;
     backend.changes = {0};
     AreaPixels pixels = one_color(kWidth, kHeight, gray(30));
-    const RectangleValue bright{8, 6, 4, 4};
+    const RectangleValue bright{4, 6, 8, 4};  // from the margin of the bounds on
     for (int32_t y = 6; y < 10; ++y) {
-        for (int32_t x = 8; x < 12; ++x) {
+        for (int32_t x = 4; x < 12; ++x) {
             pixels.argb[pixels.at({x, y})] = gray(220);
         }
     }
@@ -169,13 +222,28 @@ TEST(SegmentationTest, FoundStrokesSayWhatStandsOut) {
     task.hints.points = {{{9, 7}}};
     const Segmentation found = segment(task, kGoOn);
     EXPECT_EQ(found.strokes.rectangles, std::vector{bounds});
-    EXPECT_EQ(found.strokes.foreground.size(), 16U);
+    EXPECT_EQ(found.strokes.foreground.size(), 28U);  // the first column is none of its core
     EXPECT_EQ(found.strokes.background.size(), static_cast<size_t>(2 * (kWidth + kHeight) - 4));
     EXPECT_EQ(backend.asked, everywhere<Side>([&](int32_t x, int32_t y) {
                   if (is_inside(bright, x, y)) {
-                      return x == 9 && y == 7 ? Side::kBackground : Side::kObject;
+                      return x == 9 && y == 7 ? Side::kBackground : x == 4 ? Side::kLikelyObject : Side::kObject;
                   }
                   return is_inside(bounds, x, y) || is_inside(more, x, y) ? Side::kLikelyBackground : Side::kBackground;
+              }));
+}
+
+TEST(SegmentationTest, StrokesOfTheBackgroundStandInsideOfBoundsToo) {
+    MadeUpBackend backend;
+    backend.changes = {0};
+    AreaPixels pixels = one_color(kWidth, kHeight, gray(30));
+    pixels.argb[pixels.at({8, 8})] = gray(220);
+    SegmentationTask task = task_of(SegmentationMethod::kGraphCut, pixels, backend);
+    task.find_strokes = true;
+    task.assumed = {{DetectedObjectType::kOther, {0, 0, kWidth, kHeight}}};
+    segment(task, kGoOn);
+    EXPECT_EQ(backend.asked, everywhere<Side>([&](int32_t x, int32_t y) {
+                  const bool edge = x == 0 || y == 0 || x == kWidth - 1 || y == kHeight - 1;
+                  return edge ? Side::kBackground : x == 8 && y == 8 ? Side::kObject : Side::kLikelyBackground;
               }));
 }
 
@@ -212,6 +280,7 @@ TEST(SegmentationTest, ACutStepsUntilFewPixelsChange) {
     };
     static_assert(kWidth * kHeight == 320);
     EXPECT_EQ(steps(2.5, 50, {100, 9, 8, 7}), 3U);  // eight are 2.5 percent
+    EXPECT_EQ(steps(2.49, 50, {100, 9, 8, 7}), 4U);
     EXPECT_EQ(steps(0, 50, {100, 9, 1, 0}), 4U);
     EXPECT_EQ(steps(100, 50, {320}), 1U);
     EXPECT_EQ(steps(0, 2, {100, 90}), 2U);
@@ -260,21 +329,41 @@ TEST(SegmentationTest, ClustersAreCountedFromTheEdgeInwards) {
                       return is_inside(upper, x, y) ? 1 : is_inside(lower, x, y) ? 2 : 0;
                   }));
     }
-    // Each side of the edge counts.
-    for (const RectangleValue& edge : {RectangleValue{0, 0, kWidth, 1}, RectangleValue{0, kHeight - 1, kWidth, 1},
-                                       RectangleValue{0, 0, 1, kHeight}, RectangleValue{kWidth - 1, 0, 1, kHeight}}) {
-        pixels = one_color(kWidth, kHeight, gray(10));
-        paint({0, 0, kWidth, 1}, gray(120));
-        paint({0, kHeight - 1, kWidth, 1}, gray(120));
-        paint({0, 0, 1, kHeight}, gray(120));
-        paint({kWidth - 1, 0, 1, kHeight}, gray(120));
-        paint(edge, gray(240));
+}
+
+TEST(SegmentationTest, TheBackgroundHasTheMostPixelsOfTheEdge) {
+    MadeUpBackend backend;
+    // Along the edge stretches of five pixels each have their own color, but for one of six.
+    std::vector<PointValue> edge;
+    for (int32_t x = 0; x < kWidth; ++x) {
+        edge.push_back({x, 0});
+    }
+    for (int32_t y = 1; y < kHeight; ++y) {
+        edge.push_back({kWidth - 1, y});
+    }
+    for (int32_t x = kWidth - 2; x >= 0; --x) {
+        edge.push_back({x, kHeight - 1});
+    }
+    for (int32_t y = kHeight - 2; y > 0; --y) {
+        edge.push_back({0, y});
+    }
+    ASSERT_EQ(edge.size(), 68U);
+    for (size_t longer = 0; longer < 13; ++longer) {
+        AreaPixels pixels = one_color(kWidth, kHeight, gray(250));
+        std::vector<int> stretch;  // of each place of the edge
+        for (size_t at = 0, number = 0; at < edge.size(); ++number) {
+            for (size_t i = 0; i < (number == longer ? 6U : 5U) && at < edge.size(); ++i, ++at) {
+                pixels.argb[pixels.at(edge[at])] = gray(static_cast<uint32_t>(4 + 16 * number));
+                stretch.push_back(static_cast<int>(number));
+            }
+        }
         SegmentationTask task = task_of(SegmentationMethod::kKMeans, pixels, backend);
-        task.objects = 3;
+        task.objects = 15;
         const Labels labels = segment(task, kGoOn).labels;
-        EXPECT_EQ(labels[pixels.at({5, 5})] == 0, false);
-        EXPECT_EQ(std::count(labels.begin(), labels.end(), 0),
-                  2 * (kWidth + kHeight) - 4 - std::max(edge.width, edge.height));
+        for (size_t at = 0; at < edge.size(); ++at) {
+            EXPECT_EQ(labels[pixels.at(edge[at])] == 0, stretch[at] == static_cast<int>(longer)) << longer << ' ' << at;
+        }
+        EXPECT_NE(labels[pixels.at({5, 5})], 0);
     }
 }
 
@@ -318,7 +407,7 @@ TEST(SegmentationTest, AnImprovementOfClustersBeginsAtTheirMeans) {
         EXPECT_EQ(segment(task, kGoOn).labels, task.before);
         task.hints.points = {{}, {{kWidth - 1, 0}}};  // what is said now counts more
         EXPECT_EQ(segment(task, kGoOn).labels,
-                  everywhere<int32_t>([](int32_t x, int32_t) { return x >= kWidth / 2 ? 1 : 0; }));
+                  everywhere<int32_t>([](int32_t x, int32_t) { return x >= kWidth / 2 - 1 ? 1 : 0; }));
         task.hints = {};
     }
 }

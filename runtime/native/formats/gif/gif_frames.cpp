@@ -207,6 +207,7 @@ class GifFile final : public GifFrames {
         std::vector<uint8_t> rows = composed_frame(
             *cache, index, {header.width, header.height, std::span(clear).first(step)},
             [&](size_t i) { return !m_lenient && stands_alone(i); },
+            [&](size_t i) { return disposal_of(m_file.frames[i]); },
             [&](size_t i, FrameCanvas& canvas) { lay(i, model, canvas); });
         return whole_rows(std::move(header), std::move(rows), std::move(share));
     }

@@ -247,6 +247,7 @@ class ApngFrames final : public FrameSource {
         auto rows = composed_frame(
             *m_cache, index, {m_file.width, m_file.height, std::span(clear).first(step)},
             [&](size_t i) { return !m_lenient && stands_alone(i); },
+            [&](size_t i) { return m_file.frames[i].disposal; },
             [&](size_t i, FrameCanvas& canvas) { lay(i, canvas); });
         return whole_rows(m_header, std::move(rows), std::move(share));
     }

@@ -144,6 +144,7 @@ class WebpFrames final : public FrameSource {
         auto rows = composed_frame(
             *m_cache, index, {m_file.width, m_file.height, std::span(kClear).first(step)},
             [&](size_t i) { return !m_lenient && stands_alone(i); },
+            [&](size_t i) { return m_file.frames[i].disposal; },
             [&](size_t i, FrameCanvas& canvas) { lay(i, canvas); });
         return whole_rows(std::move(header), std::move(rows), std::move(share));
     }

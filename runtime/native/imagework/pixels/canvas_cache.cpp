@@ -39,9 +39,14 @@ void CanvasCache::offer(size_t number, const FrameCanvas& canvas, bool last) {
 
 std::vector<uint8_t> composed_frame(CanvasCache& cache, size_t index, const BlankCanvas& blank,
                                     const std::function<bool(size_t)>& stands_alone,
+                                    const std::function<FrameDisposal(size_t)>& disposal_of,
                                     const std::function<void(size_t, FrameCanvas&)>& lay) {
+    // What a frame hides comes back behind it if its disposal says so.
+    const auto begins = [&](size_t frame) {
+        return stands_alone(frame) && (frame == index || disposal_of(frame) != FrameDisposal::kRestore);
+    };
     size_t from = index;
-    while (from > 0 && !stands_alone(from)) {
+    while (from > 0 && !begins(from)) {
         from--;
     }
     size_t kept = 0;
@@ -55,7 +60,8 @@ std::vector<uint8_t> composed_frame(CanvasCache& cache, size_t index, const Blan
     }
     lay(index, canvas);
     std::vector<uint8_t> pixels(canvas.pixels().begin(), canvas.pixels().end());
-    if (index + 1 < cache.frames()) {
+    const bool has_what_comes_back = from < index || index == 0 || disposal_of(index) != FrameDisposal::kRestore;
+    if (index + 1 < cache.frames() && has_what_comes_back) {
         canvas.dispose();
         cache.offer(index + 1, canvas, true);
     }

@@ -41,9 +41,11 @@ struct BlankCanvas {
 };
 
 // The pixels of the canvas while a frame is shown. `stands_alone` tells whether a frame hides all that was shown before
-// it, even where it is damaged, and `lay` draws one: it calls begin() of the canvas first.
+// it, even where it is damaged, `disposal_of` what becomes of it then, and `lay` draws one: it calls begin() of the
+// canvas first.
 std::vector<uint8_t> composed_frame(CanvasCache& cache, size_t index, const BlankCanvas& blank,
                                     const std::function<bool(size_t)>& stands_alone,
+                                    const std::function<FrameDisposal(size_t)>& disposal_of,
                                     const std::function<void(size_t, FrameCanvas&)>& lay);
 
 }  // namespace zelmor::imagework
