@@ -398,12 +398,15 @@ TEST(SegmentationTest, NamedClustersKeepTheirNumbersAndPlaces) {
 
 TEST(SegmentationTest, AnImprovementOfClustersBeginsAtTheirMeans) {
     MadeUpBackend backend;
-    const AreaPixels pixels = left_and_right();
+    AreaPixels pixels = left_and_right();
+    for (int32_t y = 0; y < kHeight; ++y) {  // more than a half is bright
+        pixels.argb[pixels.at({kWidth / 2 - 1, y})] = gray(200);
+    }
     SegmentationTask task = task_of(SegmentationMethod::kKMeans, pixels, backend);
     for (const bool bright_first : {false, true}) {
-        // The dark half was object 1, and the bright one the background; or the other way round.
+        // The dark part was object 1, and the bright one the background; or the other way round.
         task.before =
-            everywhere<int32_t>([&](int32_t x, int32_t) { return (x >= kWidth / 2) == bright_first ? 1 : 0; });
+            everywhere<int32_t>([&](int32_t x, int32_t) { return (x >= kWidth / 2 - 1) == bright_first ? 1 : 0; });
         EXPECT_EQ(segment(task, kGoOn).labels, task.before);
         task.hints.points = {{}, {{kWidth - 1, 0}}};  // what is said now counts more
         EXPECT_EQ(segment(task, kGoOn).labels,
