@@ -7,10 +7,13 @@ from pathlib import Path
 
 import numpy as np
 import pytest
+from PIL import Image as Pillow
 from zelmor.imaging import Color, RotateFlipType
 from zelmor.imaging.fileformats.bmp import BmpImage
 
+from support.child import run_child
 from support.image_oracles import HEIGHT, WIDTH, few_colors, load, managed_error, noise, pixels, worst, write
+from support.runtimes import embedded_only
 
 
 def signed(argb: int) -> int:
@@ -176,3 +179,37 @@ def test_a_big_picture(tmp_path: Path) -> None:
     image = load(write(tmp_path / "a.png", np.zeros((3000, 4000, 3), np.uint8)))
     image.resize(400, 300)
     assert (image.width, image.height) == (400, 300)
+
+
+@embedded_only("the pixels of .NET's side are copied for a call")
+@pytest.mark.parametrize("kind", ["new", "decoded", "filtered", "drawn on"])
+def test_pixels_are_set_where_they_are(tmp_path: Path, kind: str) -> None:
+    """Once a picture has pixels of its own, nothing is copied for another one."""
+    Pillow.fromarray(noise(3, 1, 3000, 2000)).save(tmp_path / "a.bmp")
+    run_child(f"""
+import io
+from zelmor.imaging import Color, Graphics, Image, Pen, RasterImage
+from zelmor.imaging.imageoptions import PngOptions
+from zelmor.imaging.sources import StreamSource
+def memory(name):
+    with open("/proc/self/status") as status:
+        return next(int(line.split()[1]) << 10 for line in status if line.startswith(name))
+kind = {kind!r}
+if kind == "new":
+    options = PngOptions()
+    options.source = StreamSource(io.BytesIO())
+    image = RasterImage._cast_to(Image.create(options, 3000, 2000)).value
+else:
+    image = RasterImage._cast_to(Image.load({str(tmp_path / "a.bmp")!r})).value
+if kind == "filtered":
+    image.adjust_gamma(2.0)
+if kind == "drawn on":
+    Graphics(image).draw_line(Pen(Color.red), 0, 0, 5, 5)
+image.set_argb_32_pixel(0, 0, -2)
+open("/proc/self/clear_refs", "w").write("5")  # the peak so far counts no longer
+before = memory("VmHWM")
+for i in range(1, 6):
+    image.set_argb_32_pixel(i, i, -2 - i)
+assert memory("VmHWM") - before < 4 << 20, memory("VmHWM") - before
+assert [image.get_argb_32_pixel(i, i) for i in range(6)] == [-2 - i for i in range(6)]
+""", MALLOC_PERTURB_="0", PYTHONMALLOC="malloc")
