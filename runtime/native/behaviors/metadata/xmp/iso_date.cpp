@@ -106,6 +106,9 @@ Parsed parsed(std::string_view text) {
     if (in.at_end()) {
         return date;
     }
+    if (!date.format.ends_with("dd")) {  // a time is one of a day
+        in.fail();
+    }
 
     in.expect('T');
     date.ticks += in.number(2, 0, 23) * 60 * kTicksPerMinute;
@@ -131,6 +134,9 @@ Parsed parsed(std::string_view text) {
         int64_t minutes = in.number(2, 0, 14) * 60;
         in.expect(':');
         minutes += in.number(2, 0, 59);
+        if (minutes > 14 * 60) {  // no DateTimeOffset is further away
+            in.fail();
+        }
         date.offset = sign * minutes * kTicksPerMinute;
         date.format += "zzz";
     }
