@@ -4,6 +4,10 @@
 
 #include <cmath>
 #include <random>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "runtime/native/behaviors/drawing/outlines.h"
 #include "runtime/native/formats/opendocument/od_document.h"
@@ -86,19 +90,57 @@ constexpr Argb kBlue = 0xFF0000FF;
 constexpr Argb kWhite = 0xFFFFFFFF;
 
 TEST(OpenDocumentTest, LengthsAreInPixels) {
-    EXPECT_DOUBLE_EQ(*od_length("2.54cm"), 96);
-    EXPECT_DOUBLE_EQ(*od_length("-25.4mm"), -96);
-    EXPECT_DOUBLE_EQ(*od_length("72pt"), 96);
-    EXPECT_DOUBLE_EQ(*od_length("1in"), 96);
-    EXPECT_DOUBLE_EQ(*od_length("6pc"), 96);
-    EXPECT_FALSE(od_length("1 mile"));
-    EXPECT_FALSE(od_length("nan"));
-    EXPECT_FALSE(od_length("1e300cm"));
+    for (const auto& [text, pixels] : {std::pair{"2.54cm", 96.0},
+                                       {"-25.4mm", -96.0},
+                                       {"72pt", 96.0},
+                                       {"1in", 96.0},
+                                       {"2inch", 192.0},
+                                       {"6pc", 96.0},
+                                       {"7px", 7.0},
+                                       {"7", 7.0},
+                                       {"+7", 7.0},
+                                       {" \t\r\n7 px , ", 7.0},
+                                       {"-0.5px", -0.5},
+                                       {"1e2px", 100.0},
+                                       {".5px", 0.5},
+                                       {"1000000000000px", 1e12},
+                                       {"-1000000000000", -1e12}}) {
+        ASSERT_TRUE(od_length(text)) << text;
+        EXPECT_NEAR(*od_length(text), pixels, 1e-9 * std::abs(pixels)) << text;
+        EXPECT_EQ(od_length(text, 3), *od_length(text)) << text;
+    }
+    for (const char* text : {"", "px", "1 mile", "1m", "nan", "-nan", "inf", "-inf", "1e300cm", "1000000000001px",
+                             "1px2", "1px;", "-", "+", "e1", "--1", "++1", "1cm1"}) {
+        EXPECT_FALSE(od_length(text)) << text;
+        EXPECT_EQ(od_length(text, 3), 3) << text;
+    }
     EXPECT_DOUBLE_EQ(*od_percent("25%"), 0.25);
-    EXPECT_FALSE(od_percent("25"));
+    EXPECT_DOUBLE_EQ(*od_percent(" -150 %"), -1.5);
+    for (const char* text : {"", "25", "%", "a%"}) {
+        EXPECT_FALSE(od_percent(text)) << text;
+    }
+    EXPECT_EQ(od_number("4.5x", 3), 4.5);
+    EXPECT_EQ(od_number("x", 3), 3);
+    EXPECT_TRUE(od_bool("true", false) && od_bool("true", true) && od_bool("1", true));
+    EXPECT_FALSE(od_bool("false", true) || od_bool("false", false) || od_bool("1", false));
+}
+
+TEST(OpenDocumentTest, AnglesHaveUnits) {
+    EXPECT_DOUBLE_EQ(od_angle("90deg", 7), 90);
+    EXPECT_NEAR(od_angle("1.5707963267948966rad", 7), 90, 1e-9);
+    EXPECT_DOUBLE_EQ(od_angle("100grad", 7), 90);
+    EXPECT_DOUBLE_EQ(od_angle("900", 0.1), 90);
+    EXPECT_DOUBLE_EQ(od_angle("", 7), 0);
+    EXPECT_DOUBLE_EQ(od_angle("deg", 7), 0);
+}
+
+TEST(OpenDocumentTest, ColorsHaveSixDigits) {
     EXPECT_EQ(od_color("#0a0B0c"), 0xFF0A0B0C);
-    EXPECT_FALSE(od_color("#12345"));
-    EXPECT_FALSE(od_color("#12345g"));
+    EXPECT_EQ(od_color("#ffffff"), 0xFFFFFFFF);
+    EXPECT_EQ(od_color("#000000"), 0xFF000000);
+    for (const char* text : {"", "#12345", "#1234567", "1234567", "#12345g", "#g12345", "#-12345", "# 12345"}) {
+        EXPECT_FALSE(od_color(text)) << text;
+    }
 }
 
 TEST(OpenDocumentTest, MapsApplyFromLeftToRight) {
@@ -108,6 +150,140 @@ TEST(OpenDocumentTest, MapsApplyFromLeftToRight) {
     EXPECT_NEAR(p.y, 15, 1e-9);
     EXPECT_EQ(od_transform("scale(2 3)").apply({1, 1}), (PointD{2, 3}));
     EXPECT_EQ(od_transform("garbage").apply({1, 1}), (PointD{1, 1}));
+}
+
+TEST(OpenDocumentTest, EachKindOfMap) {
+    const auto expect = [](const char* text, const Affine& map) {
+        const Affine found = od_transform(text);
+        for (const auto part : {&Affine::m11, &Affine::m12, &Affine::m21, &Affine::m22, &Affine::dx, &Affine::dy}) {
+            EXPECT_NEAR(found.*part, map.*part, 1e-9) << text;
+        }
+    };
+    expect("", {});
+    expect("rotate(30deg)", Affine::rotation(-30));
+    expect("rotate(0.5)", Affine::rotation(-0.5 * 180 / M_PI));
+    expect("translate(1in 2)", {1, 0, 0, 1, 96, 2});
+    expect("translate(5px)", {1, 0, 0, 1, 5, 0});
+    expect("translate()", {});
+    expect("scale(2)", {2, 0, 0, 2, 0, 0});
+    expect("scale(2,3)", {2, 0, 0, 3, 0, 0});
+    expect("scale()", {});
+    expect("skewX(45deg)", {1, 0, 1, 1, 0, 0});
+    expect("skewY(0.5)", {1, std::tan(0.5), 0, 1, 0, 0});
+    expect("matrix(1 2 3 4 5px 1in)", {1, 2, 3, 4, 5, 96});
+    expect("matrix(2,3,4,5)", {2, 3, 4, 5, 0, 0});
+    expect("matrix()", {});
+    expect("matrix(7)", {7, 0, 0, 1, 0, 0});
+    expect("scale( 2\t3 ) , translate(\n1\r2)", {2, 0, 0, 3, 1, 2});
+    expect("translate(1 2) scale(2 3)", {2, 0, 0, 3, 2, 6});
+    // What is not known changes nothing, and what does not end is left out.
+    expect("turn(3) scale(2)", {2, 0, 0, 2, 0, 0});
+    expect("scale(2) rotate 3", {2, 0, 0, 2, 0, 0});
+    expect("scale(2) scale(3", {2, 0, 0, 2, 0, 0});
+    expect("scale(2) (3)", {2, 0, 0, 2, 0, 0});
+}
+
+TEST(OpenDocumentTest, ViewBoxesAndPoints) {
+    const auto box = od_view_box("-1 2,3 4 ");
+    ASSERT_TRUE(box);
+    EXPECT_EQ((std::vector<double>{box->x, box->y, box->width, box->height}), (std::vector<double>{-1, 2, 3, 4}));
+    EXPECT_TRUE(od_view_box("0 0 0 0"));
+    for (const char* text : {"", "1 2 3", "1 2 -3 4", "1 2 3 -4", "a 2 3 4"}) {
+        EXPECT_FALSE(od_view_box(text)) << text;
+    }
+    EXPECT_EQ(od_points("1,2 -3,4.5"), (std::vector<PointD>{{1, 2}, {-3, 4.5}}));
+    EXPECT_EQ(od_points("1 2 3"), (std::vector<PointD>{{1, 2}}));
+    EXPECT_EQ(od_points("1 2 x 3 4"), (std::vector<PointD>{{1, 2}}));
+    EXPECT_TRUE(od_points("").empty());
+}
+
+// The points of the steps of a path.
+std::vector<PointD> ends(const char* path) {
+    std::vector<PointD> found;
+    for (const Contour& contour : od_outline(path)) {
+        found.push_back(contour.start);
+        for (const auto& segment : contour.segments) {
+            if (segment.curved) {
+                found.push_back(segment.control1);
+                found.push_back(segment.control2);
+            }
+            found.push_back(segment.end);
+        }
+    }
+    return found;
+}
+
+TEST(OpenDocumentTest, EachCommandOfAPath) {
+    using Points = std::vector<PointD>;
+    EXPECT_EQ(ends("M1 2L3 4 5 6"), (Points{{1, 2}, {3, 4}, {5, 6}}));
+    EXPECT_EQ(ends("M1 2 3 4"), (Points{{1, 2}, {3, 4}}));
+    EXPECT_EQ(ends("m1 2 3 4"), (Points{{1, 2}, {4, 6}}));
+    EXPECT_EQ(ends("M1 2l3 4"), (Points{{1, 2}, {4, 6}}));
+    EXPECT_EQ(ends("M1 2H5V7h1v-1"), (Points{{1, 2}, {5, 2}, {5, 7}, {6, 7}, {6, 6}}));
+    EXPECT_EQ(ends("M1 1C2 2 3 3 4 4c1 1 2 2 3 3"), (Points{{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}, {7, 7}}));
+    // A short curve goes on with the direction of the one before it, and without one begins with its place.
+    EXPECT_EQ(ends("M0 0C1 2 3 4 5 5S8 8 9 9s1 1 2 2"),
+              (Points{{0, 0}, {1, 2}, {3, 4}, {5, 5}, {7, 6}, {8, 8}, {9, 9}, {10, 10}, {10, 10}, {11, 11}}));
+    EXPECT_EQ(ends("M0 0L5 5S8 8 9 9"), (Points{{0, 0}, {5, 5}, {5, 5}, {8, 8}, {9, 9}}));
+    EXPECT_EQ(ends("M0 0Q3 3 6 0"), (Points{{0, 0}, {2, 2}, {4, 2}, {6, 0}}));
+    EXPECT_EQ(ends("M0 0q3 3 6 0t6 0"), (Points{{0, 0}, {2, 2}, {4, 2}, {6, 0}, {8, -2}, {10, -2}, {12, 0}}));
+    EXPECT_EQ(ends("M0 0C1 2 3 3 3 0T6 0"), (Points{{0, 0}, {1, 2}, {3, 3}, {3, 0}, {3, 0}, {4, 0}, {6, 0}}));
+    EXPECT_EQ(ends("M1 1L3 3Zl1 1"), (Points{{1, 1}, {3, 3}, {1, 1}, {2, 2}}));
+    EXPECT_EQ(ends("M1 1L3 3zM5 5L6 6"), (Points{{1, 1}, {3, 3}, {5, 5}, {6, 6}}));
+    // An arc without a radius is a line, and one to its own place is nothing.
+    EXPECT_EQ(ends("M1 1A0 5 0 0 1 3 3"), (Points{{1, 1}, {3, 3}}));
+    EXPECT_EQ(ends("M1 1A5 0 0 0 1 3 3"), (Points{{1, 1}, {3, 3}}));
+    EXPECT_EQ(ends("M1 1A5 5 0 0 1 1 1L2 2"), (Points{{1, 1}, {2, 2}}));
+    // What cannot be read ends the path.
+    for (const char* rest : {"L3", "L", "H", "Vx", "C1 1 2 2 3", "C1 1 2", "C1", "S1 1 2", "S1", "Q1 1 2", "Q1", "T1",
+                             "A5 5 0 2 1 3 3", "A5 5 0 0 1 3", "A5 5 0 0", "A5 5", "X3 3", "M3", "Z 3 3"}) {
+        EXPECT_EQ(ends((std::string("M1 1L2 2") + rest).c_str()), (Points{{1, 1}, {2, 2}})) << rest;
+    }
+    EXPECT_TRUE(ends("L1 1").empty());
+    EXPECT_TRUE(ends("1 1").empty());
+}
+
+// Beside points of the ellipse by its formula: all four arcs through the same ends, turned ones, and one whose radii
+// are too small, which grows.
+TEST(OpenDocumentTest, Arcs) {
+    for (const auto& [rx, ry, turn] : {std::tuple{50.0, 30.0, 0.0},
+                                       {50.0, 30.0, 40.0},
+                                       {-50.0, 30.0, -20.0},
+                                       {40.0, 40.0, 10.0},
+                                       {5.0, 3.0, 25.0}}) {
+        for (const bool large : {false, true}) {
+            for (const bool sweep : {false, true}) {
+                Contour contour{{10, 20}, {}, false};
+                const PointD to{60, 35};
+                add_svg_arc(contour, {rx, ry}, turn, large, sweep, to);
+                EXPECT_EQ(contour.end(), to);
+                // In the space of the ellipse every point is as far from its middle as the radius.
+                const Affine round = Affine::rotation(-turn).then(Affine::scaling(1 / rx, 1 / ry));
+                const PointD a = round.apply(contour.start), b = round.apply(to);
+                const PointD half = (b - a) * 0.5;
+                const double apart = half.length(), radius = std::max(1.0, apart);
+                const double beside = std::sqrt(std::max(0.0, radius * radius - apart * apart)) / apart;
+                // A negative radius mirrors the space.
+                const bool left = (large != sweep) != (rx * ry < 0);
+                const PointD middle = a + half + PointD{-half.y, half.x} * (left ? beside : -beside);
+                double way = 0;
+                PointD before = a;
+                for (const auto& s : contour.segments) {
+                    const PointD from = &s == contour.segments.data() ? contour.start : (&s)[-1].end;
+                    for (int i = 1; i <= 16; ++i) {
+                        const double t = i / 16.0, u = 1 - t;
+                        const PointD at = round.apply(from * (u * u * u) + s.control1 * (3 * u * u * t) +
+                                                      s.control2 * (3 * u * t * t) + s.end * (t * t * t));
+                        EXPECT_NEAR((at - middle).length(), radius, 2e-3);
+                        way += (at - before).length();
+                        before = at;
+                    }
+                }
+                const double angle = 2 * std::asin(std::min(1.0, apart / radius));
+                EXPECT_NEAR(way / radius, large && apart < 1 ? 2 * M_PI - angle : angle, 0.02);
+            }
+        }
+    }
 }
 
 TEST(OpenDocumentTest, PathsAreThoseOfSvg) {
