@@ -149,6 +149,24 @@ void RecordCanvas::as_bitmap(const Outline& outline, FillRule rule, const Paint&
     rasterized(bounds_of(outline), [&](Canvas& canvas) { canvas.fill(outline, rule, paint, true); });
 }
 
+// Whether the outline is the box around it.
+bool is_box(const Outline& outline, const RectD& box) {
+    constexpr double kClose = 1e-3;
+    if (outline.size() != 1 || outline[0].segments.size() < 3 || outline[0].segments.size() > 4) {
+        return false;
+    }
+    const Contour& contour = outline[0];
+    const auto is_side = [](double length, double side) { return std::abs(std::abs(length) - side) < kClose; };
+    const auto are_opposite = [&](PointD a, PointD b) {
+        return is_side(a.x - b.x, box.width) && is_side(a.y - b.y, box.height);
+    };
+    const std::vector<Segment>& segments = contour.segments;
+    return std::none_of(segments.begin(), segments.end(), [](const Segment& s) { return s.curved; }) &&
+           are_opposite(contour.start, segments[1].end) && are_opposite(segments[0].end, segments[2].end) &&
+           (is_side(segments[0].end.x - contour.start.x, 0) || is_side(segments[0].end.y - contour.start.y, 0)) &&
+           (segments.size() == 3 || (segments[3].end - contour.start).length() < kClose);
+}
+
 // A texture that covers the outline without being repeated is put on the page as it is.
 bool RecordCanvas::put_texture(const Outline& outline, FillRule rule, const Paint& paint) {
     if (paint.kind != Paint::Kind::kTexture || paint.extend == Extend::kRepeat || paint.extend == Extend::kReflect) {
@@ -159,7 +177,8 @@ bool RecordCanvas::put_texture(const Outline& outline, FillRule rule, const Pain
         return true;
     }
     constexpr double kSlack = 0.51;
-    const RectD own = bounds_of(transformed(outline, *back));
+    const Outline shape = transformed(outline, *back);
+    const RectD own = bounds_of(shape);
     const bool inside = own.x >= -kSlack && own.y >= -kSlack && own.right() <= paint.width + kSlack &&
                         own.bottom() <= paint.height + kSlack;
     if (!inside && paint.extend == Extend::kPad) {
@@ -173,7 +192,7 @@ bool RecordCanvas::put_texture(const Outline& outline, FillRule rule, const Pain
         }
     }
     const bool whole = inside && own.x <= kSlack && own.y <= kSlack && own.right() >= paint.width - kSlack &&
-                       own.bottom() >= paint.height - kSlack && outline.size() == 1 && outline[0].segments.size() <= 4;
+                       own.bottom() >= paint.height - kSlack && is_box(shape, own);
     if (whole) {
         emit_bitmap(pixels, paint.placing);
         return true;
