@@ -213,3 +213,82 @@ def test_paths_that_no_file_holds(tmp_path: Path, number: int, name: str, error:
     image.frames[0].path_resources = [path, path]
     with managed_error("ArgumentException", "2000"):
         image.save(str(tmp_path / "b.tif"))
+
+
+def fixed(*numbers: float) -> bytes:
+    """Numbers with 24 bits behind the point."""
+    return struct.pack(f">{len(numbers)}i", *[round(number * 2**24) for number in numbers])
+
+
+#: Every kind of record, as it is published: 26 bytes.
+EVERY_RECORD = [
+    struct.pack(">h24x", 6), struct.pack(">hH22x", 8, 1), struct.pack(">hHh6xI10x", 0, 2, 1, 7),
+    struct.pack(">h", 1) + fixed(0.125, 0.25, 0.375, 0.5, 0.625, 0.75),
+    struct.pack(">h", 2) + fixed(-0.125, 1.25, 0.375, -0.5, 0.625, 0.75), struct.pack(">hHh6xI10x", 3, 1, 3, 9),
+    struct.pack(">h", 4) + fixed(0.1, 0.2, 0.3, 0.4, 0.5, 0.6),
+    struct.pack(">h", 5) + fixed(0.9, 0.8, 0.7, 0.6, 0.5, 0.4),
+    struct.pack(">h", 7) + fixed(0.25, 0.5, 0.75, 1.5, 2.5) + bytes(4)]
+
+
+def test_every_kind_of_record_is_written_as_it_was_read(tmp_path: Path) -> None:
+    """Where the path has another name, its records are made anew."""
+    image = with_resources(tmp_path / "a.tif", resource(2000, b"Outline", b"".join(EVERY_RECORD)))
+    [path] = image.frames[0].path_resources
+    assert [int(record.type) for record in path.records] == [6, 8, 0, 1, 2, 3, 4, 5, 7]
+    path.name = "Other"
+    image.save(str(tmp_path / "b.tif"))
+    data = written(tmp_path / "b.tif")
+    assert data == resource(2000, b"Other", b"".join(EVERY_RECORD))
+
+
+@pytest.mark.parametrize(("more", "count"), [
+    (b"", 9), (bytes(25), 9), (bytes(26), 10), (struct.pack(">h24x", 9), 9), (struct.pack(">h24x", -1), 9),
+    (struct.pack(">h24x", 9) + EVERY_RECORD[0], 9)])
+def test_a_record_of_no_known_kind_ends_the_path(more: bytes, count: int, tmp_path: Path) -> None:
+    image = with_resources(tmp_path / "a.tif", resource(2000, b"Outline", b"".join(EVERY_RECORD) + more))
+    [path] = image.frames[0].path_resources
+    assert len(path.records) == count
+    # Nobody changed it: the bytes stay, also those that are not understood.
+    image.save(str(tmp_path / "b.tif"))
+    assert written(tmp_path / "b.tif") == resource(2000, b"Outline", b"".join(EVERY_RECORD) + more)
+
+
+@pytest.mark.parametrize(("number", "is_path"), [(1999, False), (2000, True), (2997, True), (2998, False),
+                                                 (2999, False), (1025, False)])
+def test_which_resources_are_paths(number: int, is_path: bool, tmp_path: Path) -> None:
+    image = with_resources(tmp_path / "a.tif", resource(number, b"Outline", EVERY_RECORD[0]))
+    found = image.frames[0].path_resources
+    assert ([path.block_id for path in found] if found else []) == ([number] if is_path else [])
+
+
+def test_a_path_without_a_number_gets_the_first_free_one(tmp_path: Path) -> None:
+    Pillow.new("RGB", (200, 100)).save(tmp_path / "a.tif")
+    image = TiffImage._cast_to(Image.load(str(tmp_path / "a.tif"))).value
+    paths = []
+    for number, name in ((0, "a"), (2001, "b" * 255), (0, ""), (2997, "\xe9"), (0, "c")):
+        path = PathResource()
+        path.block_id, path.name = number, name
+        paths.append(path)
+    image.frames[0].path_resources = paths
+    image.save(str(tmp_path / "b.tif"))
+    expected = [(2000, b"a"), (2001, b"b" * 255), (2002, b""), (2997, "\xe9".encode()), (2003, b"c")]
+    assert written(tmp_path / "b.tif") == b"".join(resource(number, name, b"") for number, name in expected)
+
+
+def test_names_of_bytes_that_are_no_text(tmp_path: Path) -> None:
+    """Each byte is a character then."""
+    image = with_resources(tmp_path / "a.tif", resource(2000, b"\xe9t\xff", b"") + resource(2001, "\xe9".encode(), b""))
+    assert [path.name for path in image.frames[0].path_resources] == ["\xe9t\xff", "\xe9"]
+
+
+def test_paths_and_records_of_nothing(tmp_path: Path) -> None:
+    Pillow.new("RGB", (200, 100)).save(tmp_path / "a.tif")
+    image = TiffImage._cast_to(Image.load(str(tmp_path / "a.tif"))).value
+    image.frames[0].path_resources = [None]
+    with managed_error("ArgumentException", "A path of TiffFrame.PathResources is null."):
+        image.save(str(tmp_path / "b.tif"))
+    path = PathResource()
+    path.records = [None]
+    image.frames[0].path_resources = [path]
+    with managed_error("ArgumentException", "A record of a path of TiffFrame.PathResources is null."):
+        image.save(str(tmp_path / "b.tif"))

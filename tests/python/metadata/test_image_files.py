@@ -8,7 +8,7 @@ import struct
 import zlib
 
 import pytest
-from PIL import Image, ImageSequence
+from PIL import Image, ImageSequence, TiffImagePlugin
 from zelmor.imaging import Image as ManagedImage
 from zelmor.imaging import RasterImage
 from zelmor.imaging.exif import ExifData, JpegExifData
@@ -436,3 +436,26 @@ def test_no_packet_is_made_up() -> None:
     image = loaded(encoded("PNG"))
     image.update_xmp_data = True
     assert loaded(saved(image, PngOptions())).xmp_data is None
+
+
+#: Tags of a TIFF page that describe its picture, and some that belong to the page or the file.
+DESCRIBING = {269: "DocumentName", 270: "ImageDescription", 271: "Make", 272: "Model", 305: "Software",
+              306: "2024:05:06 07:08:09", 315: "Artist", 316: "HostComputer", 33432: "Copyright"}
+OF_THE_PAGE = {285: "PageName", 333: "InkNames", 337: "TargetPrinter", 65000: "a tag of one's own", 268: "unknown",
+               267: "unknown", 307: "unknown", 314: "unknown", 33431: "unknown", 33433: "unknown"}
+
+
+def test_which_tags_of_a_page_are_exif_data_of_another_file() -> None:
+    info = TiffImagePlugin.ImageFileDirectory_v2()
+    for tag, text in {**DESCRIBING, **OF_THE_PAGE}.items():
+        info[tag], info.tagtype[tag] = text, 2
+    info[274] = 6
+    file = io.BytesIO()
+    picture().save(file, "TIFF", tiffinfo=info)
+    image = loaded(io.BytesIO(file.getvalue()))
+    for options in (JpegOptions(), PngOptions(), WebPOptions()):
+        with Image.open(saved(image, options)) as read:
+            found = dict(read.getexif())
+        texts = {tag: value for tag, value in found.items() if isinstance(value, str)}
+        assert texts == DESCRIBING
+        assert found[274] == 6

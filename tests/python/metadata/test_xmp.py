@@ -83,6 +83,32 @@ def test_language_alternatives_begin_with_the_default() -> None:
     assert LangAlt("Title") == LangAlt("Title")
 
 
+@pytest.mark.parametrize(("tag", "is_one"), [
+    *[(tag, True) for tag in ("a", "de", "EN", "x-default", "abcdefgh", "12345678", "de-CH-1996", "a-b-c", "z-Z-0-9")],
+    *[(tag, False) for tag in ("", "-", "a-", "-a", "a--b", "abcdefghi", "a-abcdefghi", "de_CH", "d e", "\xe9", "a@", "a[",
+                               "a`", "a{", "a/", "a:", "de.")]])
+def test_tags_of_languages(tag: str, is_one: bool) -> None:
+    """Parts of one to eight letters and digits."""
+    texts = LangAlt()
+    if is_one:
+        texts.add_language(tag, "text")
+        [item] = parsed(texts.get_xml_value())
+        assert (item.get(LANG), item.text) == (tag, "text")
+    else:
+        with managed_error("ArgumentException", f"language: '{tag}' is not the tag of a language, such as 'de' or "
+                           "'en-US'."):
+            texts.add_language(tag, "text")
+        assert texts.get_xml_value() == "<rdf:Alt/>"
+
+
+def test_languages_are_told_apart_by_letters_of_any_case() -> None:
+    texts = LangAlt("first")
+    for tag, text in (("de", "1"), ("DE", "2"), ("de-AZ", "3"), ("De-az", "4"), ("d", "5"), ("X-DEFAULT", "new")):
+        texts.add_language(tag, text)
+    items = [(item.get(LANG), item.text) for item in parsed(texts.get_xml_value())]
+    assert items == [("x-default", "new"), ("de", "2"), ("de-AZ", "4"), ("d", "5")]
+
+
 def test_a_package_is_a_dictionary_of_its_schema() -> None:
     package = DublinCorePackage()
     assert (package.prefix, package.namespace_uri) == ("dc", Namespaces.DUBLIN_CORE)
