@@ -200,7 +200,7 @@ void apply_effect(const ManagedObject& effect, Pixels& pixels) {
         const double low = number_in(effect, "Shadow") * 2.55, high = number_in(effect, "Highlight") * 2.55;
         const double gamma = std::pow(4, -number_in(effect, "MidTone") / 100);
         const Table table = table_of([&](double i) {
-            const double part = high > low ? std::clamp((i - low) / (high - low), 0.0, 1.0) : i >= high;
+            const double part = high > low ? std::clamp((i - low) / (high - low), 0.0, 1.0) : i >= high ? 1.0 : 0.0;
             return 255 * std::pow(part, gamma);
         });
         by_tables(pixels, table, table, table, same);
