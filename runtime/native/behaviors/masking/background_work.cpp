@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -104,7 +105,7 @@ BackgroundWork::BackgroundWork(Work work) : m_shared(std::make_shared<Shared>())
     WorkUnderWay& under_way = work_under_way();
     const std::lock_guard lock(under_way.mutex);
     std::erase_if(under_way.all, [](const auto& each) { return !each(false); });
-    under_way.all.push_back([weak = std::weak_ptr<Shared>(m_shared), process = m_process](bool end) {
+    under_way.all.emplace_back([weak = std::weak_ptr<Shared>(m_shared), process = m_process](bool end) {
         const std::shared_ptr<Shared> shared = weak.lock();
         if (end && shared && process == getpid() && shared->thread.joinable()) {
             shared->stop.store(true, std::memory_order_relaxed);
@@ -123,7 +124,7 @@ BackgroundWork::BackgroundWork(Work work) : m_shared(std::make_shared<Shared>())
 BackgroundWork::~BackgroundWork() {
     if (is_of_parent()) {
         // The thread is not there to be waited for, and its object must not end without that.
-        static_cast<void>(new std::shared_ptr<Shared>(m_shared));
+        static_cast<void>(new (std::nothrow) std::shared_ptr<Shared>(m_shared));
         return;
     }
     stop();

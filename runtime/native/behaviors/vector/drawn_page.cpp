@@ -10,7 +10,6 @@ using drawwork::Contour;
 using drawwork::FillRule;
 using drawwork::Outline;
 using drawwork::Paint;
-using drawwork::PointD;
 using drawwork::RectD;
 
 namespace {

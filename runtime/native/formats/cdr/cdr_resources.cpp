@@ -15,7 +15,6 @@
 namespace zelmor::embed {
 
 namespace cdr_resource_types = api::FileFormats::Cdr::Types;
-namespace cdr_resource_objects = api::FileFormats::Cdr::Objects;
 
 namespace {
 
@@ -309,7 +308,7 @@ void take_fill_transform(ManagedObject& object, CdrNumbers& in) {
 }  // namespace
 
 const TypeName* cdr_resource_type(std::string_view chunk) {
-    namespace o = cdr_resource_objects;
+    namespace o = api::FileFormats::Cdr::Objects;
     constexpr std::pair<std::string_view, const TypeName*> kTypes[] = {
         {"fild", &o::CdrFill::kType},          {"outl", &o::CdrOutline::kType}, {"arrw", &o::CdrArrow::kType},
         {"ppdt", &o::CdrPpdt::kType},          {"bmp ", &o::CdrBmp::kType},     {"bmpf", &o::CdrPattern::kType},

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "runtime/native/catalogue/names.h"
 #include "runtime/native/core/values.h"
 #include "runtime/native/formats/cdr/cdr_numbers.h"
 

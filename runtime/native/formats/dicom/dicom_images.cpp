@@ -130,7 +130,7 @@ Ref<ImageObject> page_of_image(ImageObject* image, int32_t index) {
 
 // The pages are loaded as their image was.
 Ref<ImageObject> page_of_image_with_options(ImageObject* image, int32_t index, Record* load_options) {
-    const Ref<ImageObject> page = page_of_image(image, index);
+    Ref<ImageObject> page = page_of_image(image, index);
     if (load_options == nullptr) {
         return page;
     }
@@ -197,7 +197,7 @@ Ref<ManagedObject> info_of(const imagework::DicomFile& file) {
     set_property(*info, "DicomInfo", list_of_lines(file));
     set_property(*info, "PlanarConfiguration", int64_t{header.planar});
     set_property(*info, "SignedImage", header.is_signed);
-    set_property(*info, "PixelRepresentation", int64_t{header.is_signed});
+    set_property(*info, "PixelRepresentation", static_cast<int64_t>(header.is_signed));
     set_property(*info, "SamplesPerPixel", int64_t{header.samples});
     set_property(*info, "BitsAllocated", int64_t{header.allocated});
     set_property(*info, "PhotoInterpretation", to_utf16(header.photometric));

@@ -48,7 +48,7 @@ std::vector<Piece> pieces_of(const ByteReader& in, const DicomHeader& header) {
         if (!pieces.empty()) {
             pieces.back().end = element->header_at;
         }
-        if (element->tag > (kGroup | 0xFFFF) || element->tag == imagework::DicomWalk::kPixelData) {
+        if (element->tag > (kGroup | 0xFFFF)) {
             return pieces;
         }
         pieces.push_back({*element, UINT64_MAX});

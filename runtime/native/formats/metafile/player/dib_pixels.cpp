@@ -91,7 +91,7 @@ FileBytes bmp_file(const ManagedObject& bitmap, const DibHeader& header, const D
     append_number(file, static_cast<uint64_t>(header.bits), 2);
     append_number(file, static_cast<uint64_t>(header.compression), 4);
     for (const uint64_t number :
-         {data.size(), size_t{0}, size_t{0}, table.size() / 4 * (header.bits <= 8), size_t{0}}) {
+         {data.size(), size_t{0}, size_t{0}, header.bits <= 8 ? table.size() / 4 : 0, size_t{0}}) {
         append_number(file, number, 4);
     }
     file.insert(file.end(), table.begin(), table.end());

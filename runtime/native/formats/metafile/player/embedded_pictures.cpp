@@ -22,7 +22,7 @@ void add(std::vector<Ref<ImageBase>>& images, const Pixels& pixels) {
     encoding.format = png;
     Ref<ImageObject> image = new_image(encoding, pixels.width, pixels.height);
     image->picture().write_argb({0, 0, pixels.width, pixels.height}, pixels.colors);
-    images.push_back(Ref<ImageBase>(image));
+    images.emplace_back(image);
 }
 
 bool makes_brush(const ManagedObject& record) {

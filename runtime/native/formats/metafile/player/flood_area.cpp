@@ -111,7 +111,7 @@ Outline FloodArea::outline_of_rows(int32_t from, int32_t to) const {
                 int32_t x = left, y = top;
                 auto way = static_cast<unsigned>(std::countr_zero(at(x, y)));
                 Contour contour{{double(x), double(y)}, {}, true};
-                for (unsigned last = way;;) {
+                for (;;) {
                     at(x, y) = static_cast<uint8_t>(at(x, y) & ~(1U << way));
                     x += way == kRight ? 1 : way == kLeft ? -1 : 0;
                     y += way == kDown ? 1 : way == kUp ? -1 : 0;
@@ -119,7 +119,7 @@ Outline FloodArea::outline_of_rows(int32_t from, int32_t to) const {
                         break;
                     }
                     const uint8_t on = at(x, y);
-                    last = way;
+                    const unsigned last = way;
                     for (const unsigned turn : {1U, 0U, 3U}) {  // to the right, straight on, to the left
                         way = (last + turn) % kWays;
                         if ((on >> way & 1) != 0) {
