@@ -3,142 +3,11 @@
 
 #include "runtime/native/formats/ico/ico_codec.h"
 #include "runtime/native/formats/png/png_codec.h"
+#include "tests/unit/formats/ico_files.h"
 #include "tests/unit/imagecodecs/codec_files.h"
 
 namespace zelmor::imagework {
 namespace {
-
-using Bytes = std::vector<uint8_t>;
-
-constexpr PixelForm kRgb{};
-constexpr PixelForm kRgba{ColorModel::kRgb, SampleType::kUint8, 8, true};
-constexpr PixelForm indices(int bits) {
-    return {ColorModel::kIndexed, SampleType::kUint8, bits, false};
-}
-
-void put(Bytes& out, uint64_t value, int bytes) {
-    for (int i = 0; i < bytes; i++) {
-        out.push_back(static_cast<uint8_t>(i < 8 ? value >> 8 * i : 0));
-    }
-}
-void put(Bytes& out, const Bytes& bytes) {
-    out.insert(out.end(), bytes.begin(), bytes.end());
-}
-
-// A BMP entry by hand. `pixels` are stored numbers from the upper left, `mask` says which are transparent.
-struct Bitmap {
-    int width = 5;
-    int height = 3;
-    int bits = 24;
-    uint32_t header = 40;
-    uint32_t storage = 0;
-    std::vector<uint32_t> palette = {};
-    std::vector<uint32_t> pixels = {};
-    std::vector<bool> mask = {};
-    std::vector<uint32_t> fields = {};
-    bool doubled = true;
-    bool top_down = false;
-    bool has_mask = true;
-
-    Bytes entry() const {
-        Bytes out;
-        const int stated = (doubled ? 2 * height : height) * (top_down ? -1 : 1);
-        put(out, header, 4);
-        if (header == 12) {
-            put(out, static_cast<unsigned>(width), 2);
-            put(out, static_cast<unsigned>(stated), 2);
-            put(out, 1, 2);
-            put(out, static_cast<unsigned>(bits), 2);
-        } else {
-            put(out, static_cast<unsigned>(width), 4);
-            put(out, static_cast<uint32_t>(stated), 4);
-            put(out, 1, 2);
-            put(out, static_cast<unsigned>(bits), 2);
-            put(out, storage, 4);
-            put(out, 0, 12);
-            put(out, palette.size() == size_t{1} << std::min(bits, 16) ? 0 : palette.size(), 4);
-            put(out, 0, 4);
-        }
-        for (const uint32_t field : fields) {
-            put(out, field, 4);
-        }
-        out.resize(std::max<size_t>(out.size(), header));
-        for (const uint32_t color : palette) {
-            put(out, color, header == 12 ? 3 : 4);
-        }
-        for (int row = 0; row < height; row++) {
-            const int y = top_down ? row : height - 1 - row;
-            put_row(out, bits, [&](int x) { return pixels[static_cast<size_t>(y * width + x)]; });
-        }
-        for (int row = 0; has_mask && row < height; row++) {
-            const int y = top_down ? row : height - 1 - row;
-            put_row(out, 1, [&](int x) {
-                return static_cast<uint32_t>(!mask.empty() && mask[static_cast<size_t>(y * width + x)]);
-            });
-        }
-        return out;
-    }
-
-    template <class Pixel>
-    void put_row(Bytes& out, int depth, Pixel&& pixel) const {
-        const size_t begin = out.size();
-        if (depth >= 8) {
-            for (int x = 0; x < width; x++) {
-                put(out, pixel(x), depth / 8);
-            }
-        } else {
-            std::vector<bool> row;
-            for (int x = 0; x < width; x++) {
-                for (int bit = depth; bit-- > 0;) {
-                    row.push_back((pixel(x) >> bit & 1) != 0);
-                }
-            }
-            row.resize((row.size() + 7) / 8 * 8);
-            for (size_t at = 0; at < row.size(); at += 8) {
-                unsigned byte = 0;
-                for (size_t bit = 0; bit < 8; bit++) {
-                    byte = byte << 1 | static_cast<unsigned>(row[at + bit]);
-                }
-                put(out, byte, 1);
-            }
-        }
-        out.resize(begin + (out.size() - begin + 3) / 4 * 4);
-    }
-};
-
-struct Place {
-    int width;
-    int height;
-    Bytes bytes;
-    uint16_t x = 1;
-    uint16_t y = 32;
-};
-
-Bytes file_of(const std::vector<Place>& places, int kind = 1) {
-    Bytes out;
-    put(out, 0, 2);
-    put(out, static_cast<unsigned>(kind), 2);
-    put(out, places.size(), 2);
-    size_t at = 6 + 16 * places.size();
-    for (const Place& place : places) {
-        put(out, static_cast<unsigned>(place.width) & 0xFF, 1);
-        put(out, static_cast<unsigned>(place.height) & 0xFF, 1);
-        put(out, 0, 2);
-        put(out, place.x, 2);
-        put(out, place.y, 2);
-        put(out, place.bytes.size(), 4);
-        put(out, at, 4);
-        at += place.bytes.size();
-    }
-    for (const Place& place : places) {
-        put(out, place.bytes);
-    }
-    return out;
-}
-
-Bytes file_of(const Bitmap& bitmap) {
-    return file_of({{bitmap.width, bitmap.height, bitmap.entry()}});
-}
 
 std::shared_ptr<const IcoFrames> opened(const Bytes& file, Recovery recovery = Recovery::kNone) {
     DecodeOptions options;
@@ -172,23 +41,6 @@ std::vector<Argb> colors_of(RowReader& reader) {
 
 std::vector<Argb> colors_of(const Bytes& file, size_t index = 0) {
     return colors_of(*opened(file)->open(index));
-}
-
-std::vector<uint32_t> random_numbers(size_t count, uint32_t top, unsigned seed = 3) {
-    std::mt19937 random(seed);
-    std::vector<uint32_t> numbers;
-    for (size_t i = 0; i < count; i++) {
-        numbers.push_back(static_cast<uint32_t>(random()) & top);
-    }
-    return numbers;
-}
-
-std::vector<bool> random_mask(size_t count) {
-    std::vector<bool> mask;
-    for (const uint32_t number : random_numbers(count, 3, 8)) {
-        mask.push_back(number == 0);
-    }
-    return mask;
 }
 
 constexpr std::pair<int, int> kSizes[] = {{1, 1}, {5, 3}, {31, 7}, {32, 32}, {33, 9}, {256, 2}, {3, 256}};
@@ -716,21 +568,6 @@ TEST(IcoTest, ClaimsTakeNoTimeAndNoMemory) {
     EXPECT_EQ(failure_of([&] { opened(many); }).kind(), Failure::kDamaged);
     EXPECT_GE(opened(many, Recovery::kMaximal)->count(), 1U);
 }
-
-// Bytes that are not in memory, so that every read is a call.
-class FarSource final : public DataSource {
- public:
-    explicit FarSource(Bytes bytes) : m_bytes(std::move(bytes)) {}
-    uint64_t size() const override { return m_bytes.size(); }
-    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
-        const auto found = ByteReader(m_bytes).piece(offset, out.size());
-        std::copy(found.begin(), found.end(), out.begin());
-        return found.size();
-    }
-
- private:
-    Bytes m_bytes;
-};
 
 TEST(IcoTest, FilesAreReadAsMemoryIs) {
     for (const Bytes& file : some_files()) {
