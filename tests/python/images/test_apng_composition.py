@@ -17,7 +17,7 @@ from zelmor.imaging.fileformats.apng import ApngFrame, ApngImage
 from zelmor.imaging.imageoptions import PngOptions
 
 from support.arrays import Pixels
-from support.image_oracles import managed_error
+from support.image_oracles import managed_error, raster
 from support.png_files import (CHANNELS, FORMS, GRAY, GRAY_ALPHA, INDEXED, RGB, RGBA, SIGNATURE, Png, chunk, from_bytes,
                                header, picture_data)
 
@@ -276,6 +276,29 @@ def test_the_picture_beside_an_animation() -> None:
     assert (found.color, found.depth) == (RGB, 8)
     assert np.array_equal(found.samples, still)
     assert file.getvalue().index(b"IDAT") < file.getvalue().index(b"fcTL")
+
+
+def saved_form(image: ApngImage) -> tuple[int, int]:
+    file = io.BytesIO()
+    image.save(file)
+    found = from_bytes(file.getvalue())
+    return found.color, found.depth
+
+
+@pytest.mark.parametrize(("color", "depth"), FORMS)
+def test_frames_of_one_form_keep_it(color: int, depth: int) -> None:
+    chunks = palette_of(depth, 0, b"") if color == INDEXED else []
+    image = opened(file_of(color, depth, frames_of(color, depth, "covered"), chunks))
+    assert saved_form(image) == (color, depth)
+
+
+def test_frames_of_several_forms_become_colors() -> None:
+    gray, deep, clear = (opened(file_of(*form, frames_of(*form, "one frame"))) for form in (
+        (GRAY, 8), (RGB, 16), (GRAY_ALPHA, 8)))
+    gray.add_frame(raster(deep))
+    assert saved_form(gray) == (RGB, 8)
+    gray.add_frame(raster(clear))
+    assert saved_form(gray) == (RGBA, 8)
 
 
 # ---- what is refused

@@ -388,6 +388,15 @@ TEST(Jpeg2000, CutFilesKeepTheTilesBeforeTheCut) {
     EXPECT_EQ(lost.back(), (Rect{60, 80, 30, 40}));
 }
 
+// The library reads a million bytes at a time, which end within the data of the tile.
+TEST(Jpeg2000, ATileMayBeLongerThanWhatIsReadAtATime) {
+    const RowsHeader header = header_of(1100, 1000, kGray);
+    const Bytes rows = random_samples(header, 8);
+    const Bytes file = written(header, rows);
+    ASSERT_GT(file.size(), size_t{1} << 20);
+    EXPECT_TRUE(same(read_rows(file), rows));
+}
+
 TEST(Jpeg2000, ClaimsOfTheHeaderCostNothing) {
     const Bytes file = written(header_of(64, 64, kGray), waves(64, 64, 1), {.codec = Jpeg2000Codec::kJ2k});
     const auto budget = std::make_shared<MemoryBudget>(uint64_t{64} << 20);

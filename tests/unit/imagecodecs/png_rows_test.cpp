@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "runtime/native/formats/png/png_chunks.h"
 #include "runtime/native/formats/png/png_codec.h"
 #include "runtime/native/formats/png/png_encoding.h"
 #include "tests/unit/imagecodecs/codec_files.h"
@@ -139,6 +140,28 @@ TEST(PngRowsTest, EveryCutIsDamageAndLenientReadingHasTheRowsBefore) {
         }
     }
     EXPECT_GT(most, 20U);
+}
+
+// Rows that come one by one need room for themselves alone.
+TEST(PngRowsTest, APictureLargerThanMemoryIsRefusedOnlyWhereItsRowsComeAtOnce) {
+    for (const bool interlaced : {false, true}) {
+        PngEncoding encoding;
+        encoding.interlaced = interlaced;
+        const RowsHeader header = header_of(3, 3, {ColorModel::kGray});
+        auto file = written(header, random_rows(header), encoding);
+        for (const size_t at : {size_t{16}, size_t{20}}) {  // 1,048,576 pixels to a side
+            file[at + 1] = 0x10;
+            file[at + 3] = 0;
+        }
+        std::vector<uint8_t> header_chunk;
+        put_png_chunk(header_chunk, kIhdr, std::span(file).subspan(16, 13));
+        std::copy(header_chunk.begin(), header_chunk.end(), file.begin() + 8);
+        if (interlaced) {
+            EXPECT_EQ(failure_of([&] { open_png(memory_source(file)); }).kind(), Failure::kTooLarge);
+        } else {
+            EXPECT_EQ(open_png(memory_source(file))->header().height, 0x100000);
+        }
+    }
 }
 
 // Its rows come all at once, so that a file of some hundred bytes could take gigabytes for them.
