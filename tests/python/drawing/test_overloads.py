@@ -5,7 +5,6 @@ What is expected is drawn by lines and polygons alone, along points that NumPy c
 
 from __future__ import annotations
 
-from collections.abc import Callable
 from pathlib import Path
 from typing import Any
 
@@ -258,7 +257,6 @@ def drawn_image(params: dict[str, str], name: str) -> tuple[dict[str, Any], Pixe
     for parameter, kind in params.items():
         make_point: Any = PointF if "PointF" in kind else Point
         make_area: Any = RectangleF if "RectangleF" in kind else Rectangle
-        number = float if kind == "float" else int
         if parameter in ("rect_source", "src_rect"):
             arguments[parameter] = make_area(*PART)
         elif parameter in ("rect", "rect_destination"):
@@ -383,4 +381,3 @@ def test_an_overload_draws_its_text(tmp_path: Path, name: str, params: dict[str,
     rows_wanted, columns_wanted = (np.flatnonzero((wanted < 128).any(axis)) for axis in (1, 0))
     assert abs(rows[[0, -1]] - rows_wanted[[0, -1]]).max() <= 1
     assert abs(columns[[0, -1]] - columns_wanted[[0, -1]]).max() <= 2
-
