@@ -300,6 +300,43 @@ def test_inks_are_converted_to_colors_by_the_profiles_of_streams(press: bytes, s
         assert worst(rgb([packed_one(numbers[3], *streams(press, swapped))]), wanted[:, 3:4]) <= 1
 
 
+def test_conversions_without_streams_agree() -> None:
+    """One color or many, as objects or as numbers: all go by the same profiles, those that serve where none is given."""
+    helper = CmykColorHelper
+    colors = [Color.from_argb(100, *map(int, rgb)) for rgb in RGB[0]]
+    numbers = [color.to_argb() for color in colors]
+    wanted = packed_inks(helper.argb_32_to_cmyk_array(numbers))
+    assert len(np.unique(wanted)) > 100 and (packed_inks([helper.argb_32_to_cmyk(-1)]) == 0).all()  # white has no ink
+
+    def of(inks: Any) -> Pixels:
+        return np.array([[c.c, c.m, c.y, c.k] for c in inks], np.uint8)[None]
+
+    for many in (Color.to_cmyk_icc, Color.to_cmyk_colors_with_def_icc):
+        assert np.array_equal(of(many(colors)), wanted)
+    for one in (Color.to_cmyk_icc, Color.to_cmyk_color_with_def_icc):
+        assert np.array_equal(of([one(color) for color in colors]), wanted)
+    for packed, source in ((helper.to_cmyk_icc, colors), (helper.argb_32_to_cmyk_array, numbers),
+                           (helper.to_cmyk_array_with_def_icc, colors)):
+        assert np.array_equal(packed_inks(packed(source)), wanted)
+    for packed_one, source in ((helper.to_cmyk_icc, colors), (helper.to_cmyk_icc, numbers),
+                               (helper.to_cmyk_with_def_icc, colors), (helper.argb_32_to_cmyk, numbers)):
+        assert np.array_equal(packed_inks([packed_one(value) for value in source]), wanted)
+    for psd_one in (helper.to_psd_cmyk_icc, helper.argb_32_to_psd_cmyk):
+        assert np.array_equal(255 - packed_inks([psd_one(number) for number in numbers]), wanted)
+    values = [CmykColor.from_params(*map(int, ink)) for ink in wanted[0]]
+    packed_values = [value.to_value() for value in values]
+    back = [color.to_argb() for color in CmykColor.to_color_icc(values)]
+    assert all(color >> 24 & 255 == 255 for color in back) and len(set(back)) > 50
+    ways = [[CmykColor.to_color_icc(value) for value in values], CmykColor.to_colors_with_def_icc(values),
+            [CmykColor.to_color_with_def_icc(value) for value in values], helper.to_argb_icc(packed_values),
+            [helper.to_argb_icc(value) for value in packed_values], helper.to_argb_colors_with_def_icc(packed_values),
+            [helper.to_argb_color_with_def_icc(value) for value in packed_values]]
+    for way in ways:
+        assert [color.to_argb() for color in way] == back
+    for empty in (Color.to_cmyk_icc, CmykColor.to_color_icc, helper.to_argb_icc, helper.argb_32_to_psd_cmyk_array):
+        assert list(empty([])) == []
+
+
 def test_streams_without_a_profile_that_serves_are_refused(press: bytes, swapped: bytes) -> None:
     color = Color.red
     good = {"rgb_icc_stream": swapped, "cmyk_icc_stream": press}
