@@ -167,8 +167,12 @@ void show_text(cairo_t* context, const TextLayout& wanted) {
 }
 
 Outline text_outline(const TextLayout& wanted) {
-    const Context context = measuring_context();
-    const Layout layout = make_layout(context.get(), wanted);
+    const Context measuring = measuring_context();
+    const Layout layout = make_layout(measuring.get(), wanted);
+    // Of letters far outside of its surface the library gives no outlines: this one has no end.
+    const Surface endless(cairo_recording_surface_create(CAIRO_CONTENT_ALPHA, nullptr));
+    const Context context(cairo_create(endless.get()));
+    check(cairo_status(context.get()), "the outline of text cannot be found");
     cairo_move_to(context.get(), 0, 0);
     pango_cairo_layout_path(context.get(), layout.get());
     const std::unique_ptr<cairo_path_t, Freeing<cairo_path_destroy>> path(cairo_copy_path(context.get()));

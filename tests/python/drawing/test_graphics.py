@@ -9,6 +9,7 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
+from PIL import ImageFont
 from zelmor.imaging import (
     CharacterSet, Color, ColorMap, ColorMatrix, CompositingQuality, CustomLineCap, DashCap, DashStyle, Figure, Font,
     FontStyle, Graphics, GraphicsPath, GraphicsUnit, HatchStyle, ImageAttributes, InterpolationMode, LineCap, Matrix,
@@ -492,6 +493,21 @@ def test_text_shapes_have_outlines() -> None:
     middle = PointF((min(xs) + max(xs)) / 2, (min(ys) + max(ys)) / 2)
     assert not path.is_visible(middle) and path.is_visible(PointF(min(xs) + 1, middle.y))
     assert not TextShape().has_segments and list(TextShape().segments) == []
+
+
+@pytest.mark.parametrize("size", [9.0, 20.0])
+def test_text_shapes_have_all_of_their_letters(size: float) -> None:
+    """Also far from the first one, where Pillow says that the last one is."""
+    advance = ImageFont.truetype("DejaVuSans.ttf", 1000).getlength("H") * size / 1000
+    widths = {}
+    for letters in (1, 12, 300):
+        shape = TextShape("H" * letters, RectangleF(0, 0, 1e5, 60), Font("DejaVu Sans", size, GraphicsUnit.PIXEL),
+                          StringFormat())
+        places = [segment.start_point.x for segment in shape.segments]
+        assert len(places) == 12 * letters
+        widths[letters] = max(places) - min(places)
+        # Letters may be set by whole pixels.
+        assert widths[letters] - widths[1] == pytest.approx((letters - 1) * advance, abs=0.5 * letters)
 
 
 def test_what_is_set_is_read(sheet: Sheet) -> None:
