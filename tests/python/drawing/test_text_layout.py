@@ -1,0 +1,163 @@
+"""Where formats put text: alignments, tabs and marks of hotkeys, beside text that is drawn without them."""
+
+from __future__ import annotations
+
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+from zelmor.imaging import (
+    Color, Font, FontStyle, Graphics, GraphicsUnit, HotkeyPrefix, PointF, RasterImage, RectangleF, SizeF,
+    StringAlignment, StringFormat, StringFormatFlags, TextRenderingHint)
+from zelmor.imaging.brushes import SolidBrush
+from zelmor.imaging.shapes import TextShape
+
+from support.image_oracles import load, managed_error, pixels, write
+
+WIDTH, HEIGHT = 150, 90
+FONT = Font("DejaVu Sans", 16.0, GraphicsUnit.PIXEL)
+FRAME = RectangleF(20, 10, 100, 60)
+PARTS = {StringAlignment.NEAR: 0.0, StringAlignment.CENTER: 0.5, StringAlignment.FAR: 1.0}
+
+
+class Page:
+    """A white sheet that text is drawn on."""
+
+    def __init__(self, folder: Path) -> None:
+        self.folder = folder
+        self.graphics = Graphics(load(write(folder / "page.png", np.full((HEIGHT, WIDTH, 3), 255, np.uint8))))
+        self.graphics.text_rendering_hint = TextRenderingHint.ANTI_ALIAS
+
+    def size(self, text: str, font: Font = FONT) -> SizeF:
+        return self.graphics.measure_string(text, font, SizeF(0, 0), None)
+
+    def drawn(self, text: str, place: Any, format_: StringFormat | None = None, font: Font = FONT) -> Any:
+        """The ink of the text alone."""
+        self.graphics.clear(Color.white)
+        brush = SolidBrush(Color.black)
+        if format_ is None:
+            self.graphics.draw_string(text, font, brush, place)
+        else:
+            self.graphics.draw_string(text, font, brush, place, format_)
+        image = RasterImage._cast_to(self.graphics.image).value
+        assert image is not None
+        return 255 - pixels(image, self.folder)[..., 0].astype(int)
+
+
+@pytest.fixture
+def page(tmp_path: Path) -> Page:
+    return Page(tmp_path)
+
+
+def box(ink: Any) -> Any:
+    rows, columns = (np.flatnonzero((ink > 100).any(axis)) for axis in (1, 0))
+    return np.array([columns[0], rows[0], columns[-1], rows[-1]])
+
+
+def aligned(across: StringAlignment, down: StringAlignment) -> StringFormat:
+    format_ = StringFormat()
+    format_.alignment, format_.line_alignment = across, down
+    return format_
+
+
+@pytest.mark.parametrize("text", ["Hg", "Hg\nHg"])
+@pytest.mark.parametrize("down", PARTS)
+@pytest.mark.parametrize("across", PARTS)
+def test_text_is_aligned_in_its_frame_and_at_its_point(page: Page, across: StringAlignment, down: StringAlignment,
+                                                       text: str) -> None:
+    size, plain = page.size(text), box(page.drawn(text, PointF(0, 0)))
+    format_ = aligned(across, down)
+    for place, room in ((FRAME, (FRAME.width, FRAME.height)), (PointF(75, 45), (0, 0))):
+        found = box(page.drawn(text, place, format_))
+        moved = np.array([place.x + PARTS[across] * (room[0] - size.width),
+                          place.y + PARTS[down] * (room[1] - size.height)] * 2)
+        assert np.abs(found - plain - moved).max() <= 1.01, place
+
+
+@pytest.mark.parametrize("down", PARTS)
+@pytest.mark.parametrize("across", PARTS)
+def test_the_outline_of_a_text_shape_is_aligned_in_its_frame(page: Page, across: StringAlignment,
+                                                             down: StringAlignment) -> None:
+    shape = TextShape("Hg", FRAME, FONT, aligned(across, down))
+    points = np.array([(segment.start_point.x, segment.start_point.y) for segment in shape.segments])
+    found = np.concatenate([points.min(0), points.max(0)])
+    ink = box(page.drawn("Hg", FRAME, aligned(across, down))) + [0, 0, 1, 1]
+    assert np.abs(found - ink).max() <= 1.3
+
+
+def test_tabs_are_where_the_format_says(page: Page) -> None:
+    left = box(page.drawn("H", PointF(0, 0)))[0]
+    for first, stops, places in ((0.0, [40.0], [40]), (10.0, [40.0], [50]), (5.0, [30.0, 45.0], [35, 80])):
+        format_ = StringFormat()
+        format_.set_tab_stops(first, stops)
+        ink = page.drawn("i" + "\tH" * len(places), PointF(20, 10), format_)
+        columns = np.flatnonzero((ink > 100).any(0))
+        starts = [column for column in columns if not (ink[:, column - 5:column] > 100).any()]
+        for place in places:
+            assert min(abs(start - (20 + place + left)) for start in starts) <= 1, (first, stops, starts)
+
+
+def with_hotkeys(kind: HotkeyPrefix) -> StringFormat:
+    format_ = StringFormat()
+    format_.hotkey_prefix = kind
+    return format_
+
+
+def test_marks_of_hotkeys(page: Page) -> None:
+    at = PointF(10, 10)
+    for marked, shown in (("&File", "File"), ("Fi&le", "File"), ("a&&b", "a&b"), ("&a&b", "ab"), ("end&", "end&"),
+                          ("&", "&"), ("&&", "&")):
+        plain = page.drawn(shown, at)
+        assert np.array_equal(page.drawn(marked, at, with_hotkeys(HotkeyPrefix.HIDE)), plain), marked
+        assert np.array_equal(page.drawn(marked, at, with_hotkeys(HotkeyPrefix.NONE)), page.drawn(marked, at)), marked
+
+
+@pytest.mark.parametrize(("marked", "before", "letter"), [
+    ("&Wide", "", "W"), ("Wi&de", "Wi", "d"), ("W&&&ide", "W&", "i"), ("&ide&W", "", "i"),
+    ("\u00e4\u00f6&W", "\u00e4\u00f6", "W")])
+def test_the_letter_of_a_hotkey_is_underlined(page: Page, marked: str, before: str, letter: str) -> None:
+    at = PointF(10, 10)
+    more = (page.drawn(marked, at, with_hotkeys(HotkeyPrefix.SHOW))
+            - page.drawn(marked, at, with_hotkeys(HotkeyPrefix.HIDE)))
+    assert more.min() >= 0
+    left, top, right, bottom = box(more)
+    assert bottom - top <= 2 and top > 10 + 0.7 * page.size("H").height
+    start = 10 + page.size(before).width
+    assert abs(left - start) <= 1.5 and abs(right + 1 - start - page.size(letter).width) <= 1.5
+
+
+def test_text_goes_on_from_right_to_left(page: Page) -> None:
+    format_ = StringFormat(StringFormatFlags.DIRECTION_RIGHT_TO_LEFT)
+    near = box(page.drawn("Hg", FRAME, format_))
+    far = box(page.drawn("Hg", FRAME, aligned(StringAlignment.FAR, StringAlignment.NEAR)))
+    assert np.abs(near - far).max() <= 1
+
+
+@pytest.mark.parametrize("style", [FontStyle.BOLD, FontStyle.ITALIC, FontStyle.UNDERLINE, FontStyle.STRIKEOUT])
+def test_each_style_changes_letters_in_its_way(page: Page, style: FontStyle) -> None:
+    at, text = PointF(10, 10), "Hill"
+    plain = page.drawn(text, at)
+    styled = page.drawn(text, at, None, Font("DejaVu Sans", 16.0, style, GraphicsUnit.PIXEL))
+    more = (styled - plain > 60)
+    lines = np.flatnonzero(more.sum(1) > 0.4 * page.size(text).width)
+    base, top = box(plain)[3], box(plain)[1]
+    if style == FontStyle.UNDERLINE:
+        assert len(lines) and (lines > base).all()
+    elif style == FontStyle.STRIKEOUT:
+        assert len(lines) and (lines > top).all() and (lines < base).all()
+    elif style == FontStyle.BOLD:
+        assert styled.sum() > 1.2 * plain.sum()
+    else:  # leans to the right
+        def lean(ink: Any) -> float:
+            rows = [np.average(np.arange(WIDTH), weights=ink[row]) for row in (top + 1, base - 1)]
+            return float(rows[0] - rows[1])
+        assert lean(styled) > lean(plain) + 1.2
+
+
+def test_a_font_without_a_size_draws_nothing_and_a_huge_one_is_refused(page: Page) -> None:
+    for size in (0.0, -5.0):
+        assert not page.drawn("H", PointF(10, 10), None, Font("DejaVu Sans", size, GraphicsUnit.PIXEL)).any()
+    page.drawn("H", PointF(10, 10), None, Font("DejaVu Sans", 32000.0, GraphicsUnit.PIXEL))
+    with managed_error("ArgumentException", "The font is too large to be drawn."):
+        page.drawn("H", PointF(10, 10), None, Font("DejaVu Sans", 32001.0, GraphicsUnit.PIXEL))
