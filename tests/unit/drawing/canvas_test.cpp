@@ -7,6 +7,7 @@
 
 #include "runtime/native/behaviors/drawing/outlines.h"
 #include "runtime/native/drawwork/canvas.h"
+#include "runtime/native/drawwork/texture_tile.h"
 
 namespace zelmor::drawwork {
 namespace {
@@ -136,6 +137,42 @@ TEST(CanvasTest, RasterOperationsCombineBitByBit) {
         }
         EXPECT_EQ(canvas->pixels(), expected) << operation;
     }
+}
+
+TEST(CanvasTest, APaintIsATextureOfItself) {
+    Paint paint;
+    paint.kind = Paint::Kind::kLinear;
+    paint.from = {2, 1};
+    paint.to = {12, 9};
+    paint.stops = {{0, 0xFFFF0000}, {0.4, 0x8000FF00}, {1, 0xFF0000FF}};
+    paint.extend = Extend::kReflect;
+    paint.placing = Affine{2, 0.5, -0.25, 1.5, 3, 4};
+    paint.opacity = 0.75;
+    const RectD area{4, 6, 30, 20};
+    const Paint texture = texture_of_paint(backend(), paint, area);
+    EXPECT_EQ(texture.kind, Paint::Kind::kTexture);
+    EXPECT_EQ(std::make_pair(texture.width, texture.height), std::make_pair(60, 40));  // two pixels for a unit
+    EXPECT_EQ(texture.pixels.size(), 2400U);
+    EXPECT_EQ(texture.opacity, 0.75);
+    EXPECT_EQ(texture.placing.apply({0, 0}), (PointD{4, 6}));
+    EXPECT_EQ(texture.placing.apply({60, 40}), (PointD{34, 26}));
+    std::vector<Argb> seen[2];
+    for (const bool as_texture : {false, true}) {
+        const auto canvas = backend().canvas({0, 0, 40, 30}, 0xFFFFFFFF);
+        canvas->fill({embed::rectangle_contour(area)}, FillRule::kWinding, as_texture ? texture : paint, false);
+        seen[as_texture ? 1 : 0] = canvas->pixels();
+    }
+    for (size_t i = 0; i < seen[0].size(); ++i) {
+        for (const int shift : {16, 8, 0}) {
+            EXPECT_NEAR(static_cast<double>(seen[0][i] >> shift & 0xFF),
+                        static_cast<double>(seen[1][i] >> shift & 0xFF), 12)
+                << i % 40 << ' ' << i / 40;
+        }
+    }
+    EXPECT_NE(seen[0][16 * 40 + 20], 0xFFFFFFFF);
+    const Paint tiny = texture_of_paint(backend(), paint, {7, 7, 0.2, 0.7});
+    EXPECT_EQ(std::make_pair(tiny.width, tiny.height), std::make_pair(1, 2));
+    EXPECT_EQ(texture_of_paint(backend(), paint, {7, 7, 0, 0}).pixels.size(), 1U);
 }
 
 TEST(CanvasTest, CoordinatesTooFarAwayAreRefused) {
