@@ -4,6 +4,9 @@
 
 #include <cstdlib>
 #include <random>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "runtime/native/drawwork/canvas.h"
 #include "runtime/native/formats/svg/svg_library.h"
@@ -339,6 +342,78 @@ TEST(SvgRootTest, TextsOfTwoBytesBecomeUtf8) {
         }
         EXPECT_EQ(svg_text(bytes), "<?xml version=\"1.0\" encoding=\"UTF-8\"?><svg id='\xC3\xA9\xF0\x9F\x98\x80'/>");
     }
+}
+
+std::vector<uint8_t> of_two_bytes(const std::u16string& text, bool big_endian) {
+    std::vector<uint8_t> bytes;
+    for (const char16_t c : u"\uFEFF" + text) {
+        bytes.push_back(static_cast<uint8_t>(big_endian ? c >> 8 : c & 255));
+        bytes.push_back(static_cast<uint8_t>(big_endian ? c & 255 : c >> 8));
+    }
+    return bytes;
+}
+
+// The ends of the ranges with one to four bytes; halves of pairs that stand alone have the sign for what is no text.
+TEST(SvgRootTest, CharactersOfTwoBytes) {
+    const std::pair<std::u16string, std::string> cases[] = {
+        {u"\x01\x7F", "\x01\x7F"},
+        {u"\u0080\u07FF", "\xC2\x80\xDF\xBF"},
+        {u"\u0800\uD7FF\uE000\uFFFD", "\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBD"},
+        {u"\U00010000\U0010FFFF", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
+        {u"\U00010400\U000103FF", "\xF0\x90\x90\x80\xF0\x90\x8F\xBF"},
+        {std::u16string{0xD800, u'a'}, "\xEF\xBF\xBD\x61"},
+        {std::u16string{u'a', 0xDBFF}, "\x61\xEF\xBF\xBD"},
+        {std::u16string{0xDC00, 0xDFFF}, "\xEF\xBF\xBD\xEF\xBF\xBD"},
+        {std::u16string{0xD83D, 0xD83D, 0xDE00}, "\xEF\xBF\xBD\xF0\x9F\x98\x80"}};
+    for (const auto& [text, expected] : cases) {
+        for (const bool big_endian : {false, true}) {
+            EXPECT_EQ(svg_text(of_two_bytes(text, big_endian)), expected);
+            std::vector<uint8_t> odd = of_two_bytes(text, big_endian);
+            odd.push_back('a');
+            EXPECT_EQ(svg_text(odd), expected);
+        }
+    }
+    EXPECT_EQ(svg_text(bytes_of("\xEF\xBB\xBF<svg/>")), "<svg/>");
+    EXPECT_EQ(svg_text(bytes_of("<svg/>")), "<svg/>");
+}
+
+TEST(SvgRootTest, TagsAndTheirAttributes) {
+    const std::string text = "\t<?a?> <!--b--><!DOCTYPE c [<!-- ] --> <?d ]?> '>' ]>\r\n<x:svg\ta = 'b' c:d=\"'e>\"/>x";
+    const auto root = svg_root(text);
+    ASSERT_TRUE(root);
+    EXPECT_EQ(root->begin, text.find("<x:svg"));
+    EXPECT_EQ(root->name, "x:svg");
+    ASSERT_EQ(root->attributes.size(), 2U);
+    EXPECT_EQ(root->attributes[0].name, "a");
+    EXPECT_EQ(root->attributes[0].value, "b");
+    EXPECT_EQ(root->attributes[1].name, "c:d");
+    EXPECT_EQ(root->attributes[1].value, "'e>");
+    EXPECT_EQ(root->tag_end, text.size() - 1);
+    ASSERT_NE(root->find("a"), nullptr);
+    EXPECT_EQ(root->find("b"), nullptr);
+    for (const char* bad : {"<svg a>", "<svg a=b>", "<svg a='b>", "<svg a=\"b'>", "<svg a=", "<svg", "<?svg?>",
+                            "x<svg/>", "<!-- <svg/>", "<!DOCTYPE svg [ <svg/>"}) {
+        EXPECT_FALSE(svg_root(bad)) << bad;
+    }
+    EXPECT_EQ(svg_root("<svg/>")->name, "svg");
+    EXPECT_EQ(svg_root("<svg>")->name, "svg");
+    EXPECT_EQ(svg_root("<svg\n>")->name, "svg");
+}
+
+TEST(SvgRootTest, EndsOfDocuments) {
+    const auto end = [](const std::string& text) {
+        const auto root = svg_root(text);
+        EXPECT_TRUE(root.has_value());
+        return root ? svg_end(text, *root) : std::nullopt;
+    };
+    EXPECT_EQ(end("<svg/>"), 6U);
+    EXPECT_EQ(end("<svg></svg> \t\r\n"), 11U);
+    EXPECT_EQ(end("<svg></svg><!--a-->"), 11U);
+    EXPECT_EQ(end("<svg></svg>\n<?a?>\n<!--b--> "), 11U);
+    EXPECT_FALSE(end("<svg> text"));
+    EXPECT_FALSE(end("<svg>-->"));
+    EXPECT_FALSE(end("<!-- a --><svg> -->"));
+    EXPECT_FALSE(end("<?a?><svg>?>"));
 }
 
 }  // namespace
