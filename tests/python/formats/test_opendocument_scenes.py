@@ -304,6 +304,19 @@ def test_parts_of_a_turn(angle: str, sweep: float, tmp_path: Path) -> None:
               [(rotated(outline, 6, sweep, closed), Look())], FROM_ASIDE, tmp_path, ASLANT, style=style, least=0.1)
 
 
+@pytest.mark.parametrize(("angle", "ends"), [("3600", False), ("3590", True)])
+def test_a_whole_turn_has_no_ends_within_it(angle: str, ends: bool, tmp_path: Path) -> None:
+    """Seen through its sides: a body around an axis beside it, from above."""
+    outline = [(10.0, 0.0), (20.0, 0.0), (20.0, 30.0), (10.0, 30.0)]
+    style = f'dr3d:end-angle="{angle}" dr3d:horizontal-segments="8" draw:opacity="50%"'
+    look = Look(opacity=0.5)
+    faces = rotated(outline, 8, float(angle) / 10)
+    assert len(faces) == 32 + 2 * ends
+    view = View((5, 90, 40), (5, 90, 40), parallel=True)
+    check('<dr3d:rotate draw:style-name="s" svg:d="M10 0H20V30H10Z"/>', [(faces, look)], view, tmp_path,
+          'dr3d:vrp="(5 90 40)" dr3d:vpn="(5 90 40)" dr3d:projection="parallel"', style=style, least=0.05)
+
+
 def test_extruded_bodies(tmp_path: Path) -> None:
     outline = [(0.0, 0.0), (40.0, 0.0), (30.0, 20.0), (5.0, 25.0)]
     for depth, used in (("15", 15), ("0.25mm", 25), ("0.1cm", 100)):
