@@ -87,6 +87,7 @@ std::vector<Call> drawn(const std::string& attributes, const std::string& shape 
         xmlns:svg="urn:oasis:names:tc:opendocument:xmlns:svg-compatible:1.0"
         xmlns:fo="urn:oasis:names:tc:opendocument:xmlns:xsl-fo-compatible:1.0"
         xmlns:style="urn:oasis:names:tc:opendocument:xmlns:style:1.0"
+        xmlns:table="urn:oasis:names:tc:opendocument:xmlns:table:1.0"
         xmlns:loext="urn:org:documentfoundation:names:experimental:office:xmlns:loext:1.0"
         office:mimetype="application/vnd.oasis.opendocument.graphics"><office:styles>)" +
         definitions + R"(</office:styles><office:automatic-styles><style:page-layout style:name="PM">
@@ -520,6 +521,197 @@ TEST(OdFillsTest, Pictures) {
     EXPECT_EQ(kinds(drawn(R"(draw:stroke="none" draw:fill="bitmap" draw:fill-image-name="I")", kRect,
                           R"(<draw:fill-image draw:name="I"/>)")),
               "");
+}
+
+// ---- Tables
+
+// Styles of cells that are filled with a color, named by its six digits, and of columns and rows of a size.
+std::string cell_style(const std::string& name, const std::string& properties) {
+    return "<style:style style:name=\"" + name + "\" style:family=\"table-cell\"><style:table-cell-properties " +
+           properties + "/></style:style>";
+}
+std::string filled(const std::string& digits) {
+    return cell_style("c" + digits, "fo:background-color=\"#" + digits + "\"");
+}
+std::string sized(const std::string& kind, const std::string& name, const std::string& properties) {
+    return "<style:style style:name=\"" + name + "\" style:family=\"table-" + kind + "\"><style:table-" + kind +
+           "-properties " + properties + "/></style:style>";
+}
+
+// What is drawn of a table in a frame of 60 by 40 pixels at 10, 20: left, top, right, bottom and color of each area.
+using Areas = std::vector<std::tuple<int, int, int, int, Argb>>;
+Areas table(const std::string& content, const std::string& attributes = "", const std::string& definitions = "") {
+    const auto calls =
+        drawn("",
+              R"(<draw:frame svg:x="10px" svg:y="20px" svg:width="60px" svg:height="40px"><table:table )" + attributes +
+                  ">" + content + "</table:table></draw:frame>",
+              definitions + filled("0000ff") + filled("00ff00") + filled("ff0000"));
+    Areas found;
+    for (const Call& call : calls) {
+        const RectD box = bounds_of(call.outline);
+        found.emplace_back(std::lround(box.x), std::lround(box.y), std::lround(box.right()), std::lround(box.bottom()),
+                           call.paint.color);
+    }
+    return found;
+}
+
+constexpr Argb kBlueCell = 0xFF0000FF, kGreenCell = 0xFF00FF00, kRedCell = 0xFFFF0000;
+const std::string kEmpty = "<table:table-cell/>";
+std::string cell(const std::string& digits, const std::string& more = "") {
+    return "<table:table-cell table:style-name=\"c" + digits + "\" " + more + "/>";
+}
+std::string row(const std::string& cells, const std::string& more = "") {
+    return "<table:table-row " + more + ">" + cells + "</table:table-row>";
+}
+std::string column(const std::string& more = "") {
+    return "<table:table-column " + more + "/>";
+}
+
+TEST(OdTablesTest, ColumnsShareTheFrame) {
+    const std::string rows = row(cell("ff0000") + cell("00ff00") + cell("0000ff"));
+    EXPECT_EQ(table(column() + column() + column() + rows),
+              (Areas{{10, 20, 30, 60, kRedCell}, {30, 20, 50, 60, kGreenCell}, {50, 20, 70, 60, kBlueCell}}));
+    EXPECT_EQ(table(column(R"(table:number-columns-repeated="3")") + rows),
+              table(column() + column() + column() + rows));
+    EXPECT_EQ(table(rows), table(column() + column() + column() + rows));  // cells without a column
+    const std::string widths = sized("column", "a", R"(style:column-width="1px")") +
+                               sized("column", "b", R"(style:column-width="2px")") +
+                               sized("column", "d", R"(style:rel-column-width="3*")");
+    const std::string columns =
+        column(R"(table:style-name="a")") + column(R"(table:style-name="b")") + column(R"(table:style-name="d")");
+    EXPECT_EQ(table(columns + rows, "", widths),
+              (Areas{{10, 20, 20, 60, kRedCell}, {20, 20, 40, 60, kGreenCell}, {40, 20, 70, 60, kBlueCell}}));
+    EXPECT_EQ(table("<table:table-header-columns>" + columns + "</table:table-header-columns>" + rows, "", widths),
+              table(columns + rows, "", widths));
+    EXPECT_EQ(table("<table:table-columns><table:table-column-group>" + columns +
+                        "</table:table-column-group></table:table-columns>" + rows,
+                    "", widths),
+              table(columns + rows, "", widths));
+    EXPECT_EQ(table(rows + "<table:other>" + columns + "</table:other>", "", widths), table(rows));
+    // A cell stands for as many as it says, also one that is covered.
+    EXPECT_EQ(table(row(cell("ff0000", R"(table:number-columns-repeated="2")") + cell("00ff00"))),
+              (Areas{{10, 20, 30, 60, kRedCell}, {30, 20, 50, 60, kRedCell}, {50, 20, 70, 60, kGreenCell}}));
+    EXPECT_EQ(table(row(cell("ff0000", R"(table:number-columns-spanned="3")") +
+                        R"(<table:covered-table-cell table:number-columns-repeated="2"/>)" + cell("00ff00"))),
+              (Areas{{10, 20, 55, 60, kRedCell}, {55, 20, 70, 60, kGreenCell}}));
+}
+
+TEST(OdTablesTest, RowsShareTheFrameOrHaveAHeight) {
+    const std::string rows = row(cell("ff0000")) + row(cell("00ff00"));
+    EXPECT_EQ(table(rows), (Areas{{10, 20, 70, 40, kRedCell}, {10, 40, 70, 60, kGreenCell}}));
+    EXPECT_EQ(table("<table:table-header-rows>" + rows + "</table:table-header-rows>"), table(rows));
+    EXPECT_EQ(table("<table:table-rows><table:table-row-group>" + rows + "</table:table-row-group></table:table-rows>"),
+              table(rows));
+    EXPECT_EQ(table(row(cell("ff0000"), R"(table:number-rows-repeated="2")")),
+              (Areas{{10, 20, 70, 40, kRedCell}, {10, 40, 70, 60, kRedCell}}));
+    const std::string heights = sized("row", "a", R"(style:row-height="5px")") +
+                                sized("row", "b", R"(style:min-row-height="9px" style:row-height="3px")");
+    EXPECT_EQ(table(row(cell("ff0000"), R"(table:style-name="a")") + row(cell("00ff00"), R"(table:style-name="b")"), "",
+                    heights),
+              (Areas{{10, 20, 70, 25, kRedCell}, {10, 25, 70, 34, kGreenCell}}));
+    EXPECT_EQ(table(row(cell("ff0000"), R"(table:style-name="a")") + row(cell("00ff00")), "", heights),
+              (Areas{{10, 20, 70, 25, kRedCell}, {10, 25, 70, 25, kGreenCell}}));
+    // A cell of more rows or columns than there are ends with the table.
+    EXPECT_EQ(table(row(cell("ff0000", R"(table:number-rows-spanned="5" table:number-columns-spanned="7")") + kEmpty) +
+                    row(kEmpty + kEmpty)),
+              (Areas{{10, 20, 70, 60, kRedCell}}));
+}
+
+TEST(OdTablesTest, StylesOfColumnsAndRows) {
+    const std::string columns = column(R"(table:default-cell-style-name="c0000ff")") + column();
+    const auto colors = [](const Areas& areas) {
+        std::string found;
+        for (const auto& area : areas) {
+            const Argb color = std::get<4>(area);
+            found += color == kRedCell ? 'r' : color == kGreenCell ? 'g' : 'b';
+        }
+        return found;
+    };
+    EXPECT_EQ(colors(table(columns + row(kEmpty + kEmpty) + row(cell("ff0000") + cell("00ff00")))), "brg");
+    EXPECT_EQ(colors(table(columns + row(kEmpty + kEmpty, R"(table:default-cell-style-name="c00ff00")"))), "gg");
+    EXPECT_EQ(colors(table(columns + row(cell("ff0000") + kEmpty, R"(table:default-cell-style-name="c00ff00")"))),
+              "rg");
+}
+
+TEST(OdTablesTest, TemplatesStyleCellsByTheirPlace) {
+    const auto of = [](const std::string& parts, const std::string& uses) {
+        const std::string names = R"(<table:table-template table:name="T">)" + parts + "</table:table-template>";
+        std::string cells, rows;
+        for (int i = 0; i < 4; ++i) {
+            cells += kEmpty;
+        }
+        for (int i = 0; i < 4; ++i) {
+            rows += row(cells);
+        }
+        std::string map(16, '.');
+        for (const auto& [left, top, right, bottom, color] : table(rows, R"(table:template-name="T" )" + uses, names)) {
+            map[static_cast<size_t>((top - 20) / 10 * 4 + (left - 10) / 15)] = color == kRedCell     ? 'r'
+                                                                               : color == kGreenCell ? 'g'
+                                                                                                     : 'b';
+        }
+        return map;
+    };
+    const auto part = [](const std::string& name, const std::string& digits) {
+        return "<table:" + name + " table:style-name=\"c" + digits + "\"/>";
+    };
+    const auto use = [](const std::string& name) { return "table:use-" + name + "-styles=\"true\" "; };
+    const std::string red = "ff0000", green = "00ff00", blue = "0000ff";
+    EXPECT_EQ(of(part("first-row", red), use("first-row")), "rrrr............");
+    EXPECT_EQ(of(part("last-row", red), use("last-row")), "............rrrr");
+    EXPECT_EQ(of(part("first-column", red), use("first-column")), "r...r...r...r...");
+    EXPECT_EQ(of(part("last-column", red), use("last-column")), "...r...r...r...r");
+    for (const char* name : {"first-row", "last-row", "first-column", "last-column", "even-rows", "odd-columns"}) {
+        EXPECT_EQ(of(part(name, red), ""), "................");
+    }
+    EXPECT_EQ(of(part("body", blue), ""), "bbbbbbbbbbbbbbbb");
+    const std::string bands = part("even-rows", red) + part("odd-rows", green);
+    EXPECT_EQ(of(bands, use("banding-rows")), "rrrrggggrrrrgggg");
+    EXPECT_EQ(of(bands, use("banding-rows") + use("first-row")), "rrrrrrrrggggrrrr");
+    EXPECT_EQ(of(bands + part("first-row", blue), use("banding-rows") + use("first-row")), "bbbbrrrrggggrrrr");
+    const std::string upright = part("even-columns", red) + part("odd-columns", green);
+    EXPECT_EQ(of(upright, use("banding-columns")), "rgrgrgrgrgrgrgrg");
+    EXPECT_EQ(of(upright, use("banding-columns") + use("first-column")), "rrgrrrgrrrgrrrgr");
+    // The first row comes before the last one, that before the columns, the bands and the body.
+    EXPECT_EQ(of(part("first-row", red) + part("first-column", green) + part("body", blue),
+                 use("first-row") + use("first-column")),
+              "rrrrgbbbgbbbgbbb");
+    EXPECT_EQ(of(part("last-column", green) + part("last-row", red), use("last-row") + use("last-column")),
+              "...g...g...grrrr");
+    EXPECT_EQ(of(part("first-column", green) + bands, use("first-column") + use("banding-rows")), "grrrgggggrrrgggg");
+    EXPECT_EQ(of(bands + upright, use("banding-rows") + use("banding-columns")), "rrrrggggrrrrgggg");
+    EXPECT_EQ(of(part("even-rows", red) + part("odd-columns", green) + part("body", blue),
+                 use("banding-rows") + use("banding-columns")),
+              "rrrrbgbgrrrrbgbg");
+}
+
+TEST(OdTablesTest, Borders) {
+    const auto of = [](const std::string& left, const std::string& right) {
+        return table(row(R"(<table:table-cell table:style-name="l"/><table:table-cell table:style-name="r"/>)"), "",
+                     cell_style("l", left) + cell_style("r", right));
+    };
+    constexpr Argb kBlack = 0xFF000000;
+    EXPECT_EQ(of(R"(fo:border="none")", ""), Areas{});
+    EXPECT_EQ(of(R"(fo:border="2px hidden #ff0000")", R"(fo:border="solid #ff0000")"), Areas{});
+    EXPECT_EQ(of(R"(fo:border="0px solid")", R"(fo:border="-1px solid")"), Areas{});
+    EXPECT_EQ(of(R"(fo:border-left="2px solid #ff0000")", ""), (Areas{{9, 19, 11, 61, kRedCell}}));
+    EXPECT_EQ(of(R"(fo:border-right="2px solid")", ""), (Areas{{39, 19, 41, 61, kBlack}}));
+    EXPECT_EQ(of(R"(fo:border-top="2px solid #00ff00")", ""), (Areas{{9, 19, 41, 21, kGreenCell}}));
+    EXPECT_EQ(of(R"(fo:border-bottom="2px solid #00ff00")", ""), (Areas{{9, 59, 41, 61, kGreenCell}}));
+    EXPECT_EQ(of(R"(fo:border="2px solid" fo:border-left="none" fo:border-top="none" fo:border-bottom="none")", ""),
+              (Areas{{39, 19, 41, 61, kBlack}}));
+    EXPECT_EQ(of(R"(fo:border="2px solid #0000ff")", "").size(), 4U);
+    // The wider one of two that meet; of two of a width the first.
+    EXPECT_EQ(of(R"(fo:border-right="2px solid #ff0000")", R"(fo:border-left="4px solid #00ff00")"),
+              (Areas{{38, 18, 42, 62, kGreenCell}}));
+    EXPECT_EQ(of(R"(fo:border-right="4px solid #ff0000")", R"(fo:border-left="2px solid #00ff00")"),
+              (Areas{{38, 18, 42, 62, kRedCell}}));
+    EXPECT_EQ(of(R"(fo:border-right="2px solid #ff0000")", R"(fo:border-left="2px solid #00ff00")"),
+              (Areas{{39, 19, 41, 61, kRedCell}}));
+    // Along a cell of several columns a line for each of them.
+    EXPECT_EQ(table(row(R"(<table:table-cell table:style-name="l" table:number-columns-spanned="2"/>)" +
+                        std::string("<table:covered-table-cell/>")),
+                    "", cell_style("l", R"(fo:border-top="2px solid #ff0000")")),
+              (Areas{{9, 19, 41, 21, kRedCell}, {39, 19, 71, 21, kRedCell}}));
 }
 
 }  // namespace
