@@ -200,6 +200,18 @@ def test_where_a_shape_stands(layout: Layout) -> None:
     assert list(moved.transforms) == pytest.approx([*values, 1, 0, 3, 0, 1, 4])
 
 
+@pytest.mark.parametrize("beyond", [0, 1])
+def test_more_parts_than_a_chunk_has_room_for_are_none(beyond: int) -> None:
+    """The library that draws goes on reading in the chunk behind it, where every place lies in the file."""
+    layout = Layout(500)
+    matrix = layout.pack("H", 8) + layout.pack("6d", 0, 0, 0, 0, 0, 0)
+    plain = layout.parts(8, (1, matrix))
+    data = plain[:2] + layout.count(len(plain) // 2 + beyond) + plain[4:]
+    file = layout.file(layout.chunk(b"trfd", data), layout.chunk(b"udta", bytes(70000)))
+    found = list(first(file, "CdrTransforms").transforms or [])
+    assert found[:6] == ([] if beyond else [0] * 6)
+
+
 def test_an_old_drawing_is_where_the_document_says(tmp_path: Path) -> None:
     """The library that draws reads the same places: half an inch to the right of the middle, and a quarter up."""
     layout = Layout(499)

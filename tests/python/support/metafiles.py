@@ -136,7 +136,8 @@ def text_out(text: str, at: Point, advances: Sequence[int], options: int = 0, bo
     data += bytes(-len(data) % 4)
     fixed = BOUNDS + words(1) + floats(1, 1)
     offset = 8 + len(fixed) + 40
-    fixed += words(*at, len(text), offset, options, *box, offset + len(data))
+    # Without distances the letters are as wide as those of the font.
+    fixed += words(*at, len(text), offset, options, *box, offset + len(data) if advances or not text else 0)
     return emf_record(84 if wide else 83, fixed + data + words(*advances))
 
 

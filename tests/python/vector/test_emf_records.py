@@ -292,6 +292,60 @@ def test_bytes_are_characters_of_the_fonts_set() -> None:
     assert dark(cyrillic)[2] > 40 and cyrillic.tobytes() == wide.tobytes()
 
 
+def small_text(text: str, at: tuple[int, int], options: int, box: tuple[int, int, int, int] = (0, 0, 0, 0)) -> bytes:
+    """A rectangle stands in the record unless the options say that there is none (0x100); 0x200 is for bytes."""
+    letters = text.encode("cp1251" if options & 0x200 else "utf-16-le")
+    data = words(*at, len(text), options, 1) + floats(1, 1) + (b"" if options & 0x100 else words(*box)) + letters
+    return emf_record(108, data)
+
+
+@pytest.mark.parametrize(("options", "box"), [
+    (0x100, (0, 0, 0, 0)), (0x300, (0, 0, 0, 0)), (0, (0, 0, 96, 96)), (0x200, (0, 0, 96, 96)),
+    (4, (20, 0, 40, 96)), (2, (20, 20, 50, 50)), (6, (20, 20, 50, 50)), (0x110, (0, 0, 0, 0)), (0x310, (0, 0, 0, 0))])
+def test_small_text_is_text_without_distances(options: int, box: tuple[int, int, int, int]) -> None:
+    """0x10 is for numbers of glyphs, which are not drawn."""
+    text = "\u0416x"
+    head = emf_record(25, words(colorref(GREEN))) + emf_record(18, words(1)) + font(3, -20, "DejaVu Sans", charset=204)
+    found = drawn(emf(head + small_text(text, (30, 30), options, box)))
+    if options & 0x10:
+        assert found.getextrema() == ((255, 255), ) * 3
+        return
+    expected = drawn(emf(head + text_out(text, (30, 30), [], options & ~0x200 | 0x100 * (box == (0, 0, 0, 0)), box)))
+    assert dark(found)[0] >= 20 and found.tobytes() == expected.tobytes()
+    assert (color_at(found, (21, 21)) == GREEN) == bool(options & 2)
+
+
+@pytest.mark.parametrize("wide", [True, False])
+def test_several_texts_in_a_record(wide: bool) -> None:
+    runs = [("H", (10, 30), [20]), ("\u0416x", (50, 60), [25, 15])]
+    head = emf_record(18, words(1)) + font(3, -20, "DejaVu Sans", charset=204)
+    start = 8 + 16 + 4 + 8 + 4 + 40 * len(runs)
+    heads = pieces = b""
+    for text, at, advances in runs:
+        letters = text.encode("utf-16-le" if wide else "cp1251")
+        letters += bytes(-len(letters) % 4)
+        place = start + len(pieces)
+        heads += words(*at, len(text), place, 0, 0, 0, 96, 96, place + len(letters))
+        pieces += letters + words(*advances)
+    record = emf_record(97 if wide else 96, BOUNDS + words(1) + floats(1, 1) + words(len(runs)) + heads + pieces)
+    alone = b"".join(text_out(text, at, advances, 0, (0, 0, 96, 96)) for text, at, advances in runs)
+    found = drawn(emf(head + record))
+    assert dark(found)[2] > 50 and found.tobytes() == drawn(emf(head + alone)).tobytes()
+
+
+@pytest.mark.parametrize(("advances", "pairs"), [([50, 10], [50, 0, 10, 0]), ([30, 10], [30, 12, 10, 0]),
+                                                 ([30, 10], [30, -12, 10, 0])])
+def test_distances_across_and_up(advances: list[int], pairs: list[int]) -> None:
+    """Of pairs (0x2000) the second number moves the letters behind it up."""
+    picture = drawn(emf(PLAIN + text_out("||", (10, 30), pairs, 0x2000)))
+    plain = drawn(emf(PLAIN + text_out("||", (10, 30), advances)))
+    middle = 10 + advances[0] // 2
+    assert picture.crop((0, 0, middle, 96)).tobytes() == plain.crop((0, 0, middle, 96)).tobytes()
+    second, before = (dark(each.crop((middle, 0, 96, 96))) for each in (picture, plain))
+    assert (second[0], second[2]) == (before[0], before[2])
+    assert (second[1], second[3]) == (before[1] - pairs[1], before[3] - pairs[1])
+
+
 def test_text_can_be_a_path() -> None:
     picture = drawn(emf(select(NULL_PEN) + brush(1, RED) + font(3, -60, "DejaVu Sans") + emf_record(59)
                         + text_out("I", (40, 10), [20]) + emf_record(60) + emf_record(62, BOUNDS)))
