@@ -153,6 +153,7 @@ TEST(OdPensTest, JoinsCapsColorsAndWidths) {
     EXPECT_EQ(stroke("").kind, 's');
     EXPECT_EQ(stroke("").stroke.width, 2);
     EXPECT_EQ(stroke("").paint.color, 0xFF000000);
+    EXPECT_EQ(stroke("").stroke.nib, Affine());
     expect_box(bounds_of(stroke("").outline), 10, 20, 60, 40);
     EXPECT_EQ(stroke(R"(svg:stroke-color="#102030")").paint.color, 0xFF102030);
     EXPECT_EQ(stroke(R"(svg:stroke-opacity="50%")").paint.color, 0x80000000);
