@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "runtime/native/core/values.h"
+#include "runtime/native/core/value.h"
 #include "runtime/native/formats/opendocument/od_document.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
 

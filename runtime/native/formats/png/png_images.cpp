@@ -85,7 +85,7 @@ Ref<ImageObject> png_with(const Ref<ImageObject>& image, PngColor color) {
         png.bit_depth = changes ? 8 : picture.form().bits;
     }
     const Encoding encoding = encoding_of(png);
-    const Ref<ImageObject> result = as_format(image, encoding, false, [&](imagework::Picture& copy) {
+    Ref<ImageObject> result = as_format(image, encoding, false, [&](imagework::Picture& copy) {
         if (changes && indexed) {
             copy.reduce(copy.close_palette(kMostColors, true), encoding.diffuse);
         } else if (changes) {

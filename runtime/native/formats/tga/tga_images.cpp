@@ -195,7 +195,7 @@ void become(ImageObject& self, ImageObject* tga_image) {
 
 // An image like this one, which has not been saved anywhere yet.
 Ref<ImageObject> twin(ImageObject& self) {
-    const Ref<ImageObject> made = tga_of_image(&self);
+    Ref<ImageObject> made = tga_of_image(&self);
     become(*made, &self);
     return made;
 }
