@@ -235,6 +235,16 @@ TEST(WebpStructures, TheFramesOfAnAnimation) {
     }
 }
 
+TEST(WebpStructures, TheFlagsOfTheHeader) {
+    for (int flags = 0; flags < 256; flags++) {
+        const bool animated = (flags & 2) != 0;
+        const Bytes picture = animated ? frame({}, lossy(6, 4)) : lossy(6, 4);
+        const WebpStructure found = structure(riff(joined({extended(static_cast<uint8_t>(flags), 6, 4), picture})));
+        EXPECT_EQ(found.animated, animated);
+        EXPECT_EQ(found.claims_alpha, (flags & 0x10) != 0);
+    }
+}
+
 TEST(WebpStructures, StillPictures) {
     for (const bool alpha : {false, true}) {
         const Bytes picture = lossless(9, 7, alpha);
@@ -271,6 +281,11 @@ TEST(WebpStructures, StillPictures) {
 
 TEST(WebpStructures, HeadersThatMakeNoSense) {
     EXPECT_EQ(damage(Bytes(40)), "there is no RIFF header");
+    for (const size_t at : {size_t{0}, size_t{3}, size_t{8}, size_t{11}}) {
+        Bytes other = riff(lossy(3, 3));
+        other[at] ^= 1;
+        EXPECT_EQ(damage(other), "there is no RIFF header");
+    }
     EXPECT_EQ(damage(riff({})), "there is no chunk");
     EXPECT_EQ(damage(riff(Bytes(7))), "there is no chunk");
     EXPECT_EQ(damage(riff(chunk("ALPH", Bytes(20)))), "the first chunk is none that a file begins with");
@@ -313,6 +328,10 @@ TEST(WebpStructures, FramesThatMakeNoSense) {
     EXPECT_EQ(damage(file(chunk("ANMF", Bytes(16)))), "a frame has no picture");
     EXPECT_EQ(damage(file(frame({}, chunk("ALPH", Bytes(9))))), "a frame has no picture");
     EXPECT_EQ(damage(file(frame({}, Bytes(7)))), "a frame has no picture");
+    const Bytes second = file(joined({frame({}, lossy(6, 4)), frame({}, lossy(5, 4))}));
+    EXPECT_EQ(damage(second), "a frame does not fit its canvas");
+    EXPECT_EQ(structure(second, true).frames.size(), 1U);
+    EXPECT_EQ(damage(file(frame({}, lossy(5, 4))), true), "a frame does not fit its canvas");
     struct Case {
         Place place;
         uint32_t width;
