@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "runtime/native/formats/gif/gif_encoding.h"
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/probe/picture_end.h"
 #include "runtime/native/imagework/probe/probe.h"
 
@@ -201,12 +202,19 @@ TEST(GifEnd, BehindTheTrailer) {
                                    kData,
                                    {0x3B}});
         const Bytes more = joined({file, Bytes(50, 0x3B)});
-        EXPECT_EQ(picture_end(probe(file))->needed(more), file.size());
+        const auto end = picture_end(probe(file));
+        const uint64_t one = end->limit() - limits::kTextBytes;
+        EXPECT_EQ(end->needed(more), file.size());
+        EXPECT_EQ(end->limit(), limits::kTextBytes + 3 * one) << "each frame may need as much as the screen";
         for (size_t come = 0; come < file.size(); come++) {
             const Bytes part(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(come));
             const uint64_t needed = picture_end(probe(file))->needed(part);
             EXPECT_GT(needed, come);
             EXPECT_LE(needed, file.size());
+            const size_t place = 13 + (size_t{6} << bits) + comment.size();  // of the first frame
+            if (come < 13 || (come > place && come < place + 10)) {
+                EXPECT_EQ(needed, come < 13 ? 13 : place + 10) << come;
+            }
         }
     }
     const Bytes plain = joined({screen(0x70), frame(0x47), kData, {0x3B}});

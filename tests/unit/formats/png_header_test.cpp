@@ -246,6 +246,19 @@ TEST(PngHeader, ChunksThatAreKeptAsTheyAre) {
     EXPECT_TRUE(settings_as<PngEncoding>(facts)->notes.empty());
 }
 
+TEST(PngEnd, EachFrameMayNeedAsMuchAsThePicture) {
+    const auto room = [](const Bytes& chunks) {
+        return picture_end(probe(joined({kMark, header(8, 2, 0, 3, 3), chunks})))->limit() - limits::kTextBytes;
+    };
+    const uint64_t one = room({});
+    EXPECT_GT(one, 0U);
+    for (const uint32_t count : {1U, 2U, 3U, 9U}) {
+        EXPECT_EQ(room(chunk("acTL", words({count, 0}))), count * one);
+    }
+    const auto most = static_cast<uint32_t>(limits::kFrames);
+    EXPECT_EQ(room(chunk("acTL", words({most + 1, 0}))), room(chunk("acTL", words({most, 0}))));
+}
+
 TEST(PngEnd, BehindTheEndChunk) {
     const Bytes file = joined({kMark, header(8, 2), chunk("teSt", Bytes(40)), kEnd});
     const Bytes more = joined({file, Bytes(50, 1)});

@@ -9,6 +9,7 @@
 
 #include "runtime/native/formats/webp/webp_encoding.h"
 #include "runtime/native/formats/webp/webp_structure.h"
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/probe/picture_end.h"
 #include "runtime/native/imagework/probe/probe.h"
 #include "tests/unit/imagework/failure_of.h"
@@ -174,10 +175,18 @@ TEST(WebpEnd, WhereTheHeaderSays) {
     EXPECT_EQ(picture_end(probe(file))->needed(more), file.size());
     for (size_t come = 0; come < file.size(); come++) {
         const Bytes part(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(come));
-        const uint64_t needed = picture_end(probe(file))->needed(part);
-        EXPECT_GT(needed, come);
-        EXPECT_LE(needed, file.size());
+        // The header of the file, those of its four chunks, and all of it.
+        size_t expected = come < 12 ? 12 : file.size();
+        for (const size_t at : {size_t{90}, size_t{44}, size_t{30}, size_t{12}}) {
+            expected = come >= 12 && come < at + 8 ? at + 8 : expected;
+        }
+        EXPECT_EQ(picture_end(probe(file))->needed(part), expected) << come;
     }
+    // Each frame may need as much as the picture of the header.
+    const auto end = picture_end(probe(file));
+    const uint64_t one = end->limit() - limits::kTextBytes;
+    end->needed(file);
+    EXPECT_EQ(end->limit(), limits::kTextBytes + 3 * one);
     for (const auto& [letter, goes_on] : {std::pair{' ', true}, {'~', true}, {'\x1F', false}, {'\x7F', false}}) {
         for (size_t i = 0; i < 4; i++) {
             Bytes other = file;
@@ -258,6 +267,9 @@ TEST(WebpStructures, StillPictures) {
         EXPECT_EQ(found.frames[0].data.at, 12U);
         EXPECT_EQ(found.frames[0].data.size, 13U);
     }
+    const WebpStructure largest = structure(riff(lossless(0x4000, 0x3FFF, false)));
+    EXPECT_EQ(largest.width, 0x4000);
+    EXPECT_EQ(largest.height, 0x3FFF);
     const Bytes alpha = chunk("ALPH", {1, 2, 3});
     WebpStructure found = structure(riff(joined({extended(0x10, 9, 7), alpha, lossy(9, 7)})));
     EXPECT_TRUE(found.frames[0].alpha);
@@ -328,6 +340,7 @@ TEST(WebpStructures, FramesThatMakeNoSense) {
     EXPECT_EQ(damage(file(chunk("ANMF", Bytes(16)))), "a frame has no picture");
     EXPECT_EQ(damage(file(frame({}, chunk("ALPH", Bytes(9))))), "a frame has no picture");
     EXPECT_EQ(damage(file(frame({}, Bytes(7)))), "a frame has no picture");
+    EXPECT_EQ(damage(file(frame({}, chunk("VP8 ", {})))), "a picture has no header");
     const Bytes second = file(joined({frame({}, lossy(6, 4)), frame({}, lossy(5, 4))}));
     EXPECT_EQ(damage(second), "a frame does not fit its canvas");
     EXPECT_EQ(structure(second, true).frames.size(), 1U);
