@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import io
 import struct
 import zlib
 from pathlib import Path
@@ -17,8 +18,8 @@ from zelmor.imaging.imageoptions import PngOptions
 
 from support.image_oracles import load, managed_error, noise, raster, read, smooth, worst
 from support.png_files import (
-    FORMS, GRAY, GRAY_ALPHA, INDEXED, RGB, RGBA, SIGNATURE, Png, chunk, from_bytes, header, packed, picture_data,
-    random_png, to_bytes)
+    CHANNELS, FORMS, GRAY, GRAY_ALPHA, INDEXED, RGB, RGBA, SIGNATURE, Png, chunk, from_bytes, header, packed,
+    picture_data, random_png, to_bytes)
 
 
 def resaved(tmp_path: Path, data: bytes) -> Png:
@@ -226,3 +227,17 @@ def test_gray_with_alpha_stays_gray(tmp_path: Path) -> None:
     (tmp_path / "a.png").write_bytes(to_bytes(png))
     image = load(tmp_path / "a.png")
     assert image.has_alpha and image.bits_per_pixel == 16
+
+
+@pytest.mark.parametrize(("color", "depth"), [form for form in FORMS if form[0] != INDEXED])
+def test_a_new_image_has_the_form_of_its_options(color: int, depth: int) -> None:
+    options = PngOptions()
+    options.color_type, options.bit_depth = PngColorType(color), depth
+    image = raster(Image.create(options, 5, 4))
+    assert (image.width, image.height, image.bits_per_pixel) == (5, 4, CHANNELS[color] * depth)
+    assert image.has_alpha == (color in (GRAY_ALPHA, RGBA))
+    file = io.BytesIO()
+    image.save(file, PngOptions())
+    found = from_bytes(file.getvalue())
+    assert (found.color, found.depth) == (color, depth)
+    assert (found.samples == 0).all()
