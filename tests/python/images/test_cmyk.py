@@ -301,7 +301,7 @@ def test_inks_are_converted_to_colors_by_the_profiles_of_streams(press: bytes, s
 
 
 def test_conversions_without_streams_agree() -> None:
-    """One color or many, as objects or as numbers: all go by the same profiles, those that serve where none is given."""
+    """One color or many, as objects or as numbers: all go by the profiles that serve where none is given."""
     helper = CmykColorHelper
     colors = [Color.from_argb(100, *map(int, rgb)) for rgb in RGB[0]]
     numbers = [color.to_argb() for color in colors]
