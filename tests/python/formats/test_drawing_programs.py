@@ -29,7 +29,8 @@ NOT_INSTALLED = ("drawing PostScript needs Ghostscript's library (the Debian pac
                  "the preview of a file can be exported without it")
 ENDS = {
     POSTSCRIPT: [
-        ("kill -XCPU $$", TOO_LONG), ("kill -KILL $$", TOO_LONG), ("kill -SEGV $$", TOO_MUCH), ("kill -ABRT $$", TOO_MUCH),
+        ("kill -XCPU $$", TOO_LONG), ("kill -KILL $$", TOO_LONG), ("kill -SEGV $$", TOO_MUCH),
+        ("kill -ABRT $$", TOO_MUCH),
         ("exit 3", NOT_INSTALLED), ("exit 0", BEFORE_A_PAGE), ("exit 4", BEFORE_A_PAGE), ("exit 127", BEFORE_A_PAGE),
         ("cat page.png; exit 4", ""), ("cat page.png", ""), ("cat page.png; kill -KILL $$", TOO_LONG),
         ("cat page.png; exit 3", NOT_INSTALLED),
@@ -137,7 +138,8 @@ def test_limits_of_the_programs(name: str, arguments: list[str], data: bytes | N
 
 
 def run(name: str, arguments: list[str], data: bytes) -> tuple[int, bytes]:
-    done = subprocess.run([PACKAGE / RUNTIME / name, *arguments], input=data, capture_output=True, check=False, timeout=60)
+    done = subprocess.run([PACKAGE / RUNTIME / name, *arguments], input=data, capture_output=True, check=False,
+                          timeout=60)
     return done.returncode, done.stdout
 
 

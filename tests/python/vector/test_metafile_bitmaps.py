@@ -46,7 +46,8 @@ def coded(kind: str) -> bytes:
 
 #: A header with what stands behind it, and the rows.
 FORMS: dict[str, tuple[bytes, bytes]] = {
-    **{f"{bits} bits": (bitmap_header(WIDTH, HEIGHT, bits, colors=colors(1 << bits)), rows(bits)) for bits in (1, 4, 8)},
+    **{f"{bits} bits": (bitmap_header(WIDTH, HEIGHT, bits, colors=colors(1 << bits)), rows(bits))
+       for bits in (1, 4, 8)},
     "fewer colors": (bitmap_header(WIDTH, HEIGHT, 8, colors=colors(3)),
                      bytes(index % 3 for index in range(12 * HEIGHT))),
     **{f"{bits} bits": (bitmap_header(WIDTH, HEIGHT, bits), rows(bits)) for bits in (16, 24, 32)},

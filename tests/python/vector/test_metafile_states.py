@@ -44,8 +44,8 @@ def wmf_break(extra: int, count: int) -> bytes:
 
 @pytest.mark.parametrize(("write", "justify"), [(emf_text, emf_break), (wmf_text, wmf_break)], ids=["emf", "wmf"])
 @pytest.mark.parametrize(("extra", "count", "each"), [(20, 2, 10), (12, 1, 12), (0, 2, 0), (20, 0, 0), (9, 3, 3)])
-def test_room_at_spaces(write: Callable[..., Pillow.Image], justify: Callable[[int, int], bytes], extra: int, count: int,
-                        each: float) -> None:
+def test_room_at_spaces(write: Callable[..., Pillow.Image], justify: Callable[[int, int], bytes], extra: int,
+                        count: int, each: float) -> None:
     """So much for so many spaces together."""
     plain, found = bars(write()), bars(write(justify(extra, count)))
     assert len(plain) == len(found) == 3
@@ -103,7 +103,8 @@ def emf_palette(index: int, colors: list[int]) -> bytes:
 
 def indexed(numbers: list[int], usage: int) -> bytes:
     """Columns of the colors with these numbers, each eight pixels wide."""
-    header = bitmap_header(len(numbers), 1, 8)[:32] + words(len(numbers), 0) + struct.pack(f"<{len(numbers)}H", *numbers)
+    header = bitmap_header(len(numbers), 1, 8)[:32] + words(len(numbers), 0)
+    header += struct.pack(f"<{len(numbers)}H", *numbers)
     header += bytes(-len(header) % 4)
     bits = bytes(range(len(numbers)))
     bits += bytes(-len(bits) % 4)
@@ -123,5 +124,3 @@ def indexed(numbers: list[int], usage: int) -> bytes:
 def test_palettes(records: list[bytes], expected: list[int]) -> None:
     picture = drawn(emf(*records, indexed([2, 0, 1, 7], 1)))
     assert [color_at(picture, (8 * i + 4, 4)) for i in range(4)] == expected
-
-
