@@ -269,6 +269,32 @@ class TestInsertion:
         assert StreamContainer(outer).to_bytes() == b"012W456789!\0\0?"
         stream.flush()
 
+    def test_moves_of_its_position(self, make: Any) -> None:
+        """As those of a file in memory, also behind the end; before the beginning nothing moves."""
+        stream, plain = SplitStreamContainer(make(DIGITS)), io.BytesIO(b"0123abc456789")
+        stream.insert(4, StreamContainer(make(b"abc")), False)
+        for origin, whence in ((SeekOrigin.BEGIN, 0), (SeekOrigin.CURRENT, 1), (SeekOrigin.END, 2)):
+            for offset in (0, 1, 3, 4, 6, 7, 12, 13, 20, -1, -6, -12, -13):
+                for start in (0, 5, 13):
+                    stream.position = start
+                    plain.seek(start)
+                    target = (0, start, 13)[whence] + offset
+                    if target < 0:
+                        with refused("IOException", "The position cannot be moved before the beginning of the stream."):
+                            stream.seek(offset, origin)
+                        assert stream.position == start
+                        continue
+                    assert stream.seek(offset, origin) == plain.seek(offset, whence) == target
+                    read = plain.read(1)
+                    assert stream.read_byte() == (read[0] if read else -1)
+        stream.position = 5
+        for offset, origin in ((2**63 - 1, SeekOrigin.CURRENT), (2**63 - 1, SeekOrigin.END),
+                               (-2**63, SeekOrigin.BEGIN)):
+            with refused("IOException", "before the beginning of the stream"):
+                stream.seek(offset, origin)
+            assert stream.position == 5
+        assert stream.seek(2**63 - 1, SeekOrigin.BEGIN) == 2**63 - 1
+
     def test_its_length(self, make: Any) -> None:
         inner, outer = make(b"abc"), make(DIGITS)
         stream = SplitStreamContainer(outer)
