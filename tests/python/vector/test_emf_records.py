@@ -240,6 +240,36 @@ def test_records(name: str) -> None:
     assert all(near.values()), {place: (hex(found[place]), hex(expected[place])) for place in near if not near[place]}
 
 
+def closed(corners: list[tuple[int, int]]) -> bytes:
+    return points32(3, corners)
+
+
+def square(left: int, top: int, side: int, *, turned: bool = False) -> list[tuple[int, int]]:
+    corners = [(left, top), (left + side, top), (left + side, top + side), (left, top + side)]
+    return corners[::-1] if turned else corners
+
+
+#: Places: in the first square alone, in the second alone, in both, in none.
+PLACES = [(15, 15), (65, 65), (40, 40), (85, 15)]
+
+
+@pytest.mark.parametrize("winding", [False, True])
+@pytest.mark.parametrize("turned", [False, True])
+@pytest.mark.parametrize("mode", [1, 2, 3, 4, 5])
+def test_clips_of_paths_that_overlap_themselves(mode: int, turned: bool, winding: bool) -> None:
+    """Together with a clip before, whose left edge cuts a part: and, or, exclusive or, difference, copy."""
+    both = winding and not turned
+    inside = [True, True, both, False]
+    before = [x < 50 for x, _ in PLACES]
+    shown = [{1: a and b, 2: a or b, 3: a != b, 4: a and not b, 5: b}[mode]
+             for a, b in zip(before, inside, strict=True)]
+    picture = drawn(emf(
+        emf_record(30, words(0, 0, 50, 96)), emf_record(19, words(2 if winding else 1)),
+        emf_record(59), closed(square(10, 10, 40)), closed(square(30, 30, 40, turned=turned)), emf_record(60),
+        emf_record(67, words(mode)), FILLED, box(43, 0, 0, 97, 97)))
+    assert [color_at(picture, place) == RED for place in PLACES] == shown
+
+
 PLAIN = emf_record(18, words(1)) + font(3, -20, "DejaVu Sans")
 
 
