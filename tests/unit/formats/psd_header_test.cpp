@@ -166,6 +166,12 @@ TEST(PsdHeader, EveryModeWithEveryDepthAndCountOfChannels) {
                 } else {
                     const PsdFile psd = structure_of(file);
                     EXPECT_EQ(psd.form.bits, static_cast<int>(depth));
+                    EXPECT_EQ(psd.form.color, mode == 2                   ? ColorModel::kIndexed
+                                              : mode == 3                 ? ColorModel::kRgb
+                                              : mode == 4                 ? ColorModel::kCmyk
+                                              : mode == 9                 ? ColorModel::kLab
+                                              : mode == 7 && channels > 1 ? ColorModel::kCmyk
+                                                                          : ColorModel::kGray);
                     EXPECT_EQ(psd.form.sample, depth == 16   ? SampleType::kUint16
                                                : depth == 32 ? SampleType::kFloat
                                                              : SampleType::kUint8);
@@ -259,6 +265,11 @@ TEST(PsdBlocks, TheWalkEndsAtDamage) {
     EXPECT_EQ(count(more), 2U) << "the padding of the last one may lack";
     Bytes less(two.begin(), two.end() - 1);
     EXPECT_EQ(count(less), 1U);
+    Bytes many;
+    for (int i = 0; i < 65536 + 3; i++) {
+        put(many, resource(4001, {}));
+    }
+    EXPECT_EQ(count(many), 65536U) << "as many as there are numbers";
     Bytes again = two;
     for (int i = 0; i < 11; i++) {
         again.push_back('8');
