@@ -166,18 +166,19 @@ void DrawingToXml::definitions(const Properties& properties, std::string& attrib
         attributes += " draw:stroke-dash=\"" + name + "\"";
     }
     for (const std::string end : {"start", "end"}) {
-        const RVNGProperty* shape = properties[("draw:marker-" + end + "-path").c_str()];
+        const std::string marker = "draw:marker-" + end;
+        const RVNGProperty* shape = properties[(marker + "-path").c_str()];
         if (shape != nullptr) {
-            m_styles += "<draw:marker draw:name=\"" + name + end + "\"" + attribute("svg:d", value_of(shape)) +
-                        attribute("svg:viewBox", value_of(properties[("draw:marker-" + end + "-viewbox").c_str()])) +
-                        "/>";
-            attributes += " draw:marker-" + end + "=\"" + name + end + "\"";
+            m_styles.append("<draw:marker").append(attribute("draw:name", name + end));
+            m_styles.append(attribute("svg:d", value_of(shape)));
+            m_styles.append(attribute("svg:viewBox", value_of(properties[(marker + "-viewbox").c_str()]))).append("/>");
+            attributes.append(attribute(marker.c_str(), name + end));
         }
     }
 }
 
 std::string DrawingToXml::style(const char* family, const char* element, const Properties& properties) {
-    const std::string name = "s" + std::to_string(m_names++);
+    std::string name = "s" + std::to_string(m_names++);
     std::string attributes;
     Properties rest(properties);
     if (std::strcmp(family, "graphic") == 0) {

@@ -376,7 +376,7 @@ void put_palette(Elements& put, const DicomForm& form) {
 
 // The kind of file for a picture that came from elsewhere.
 std::string kind_of(const DicomForm& form, size_t frames) {
-    const std::string kind = kSecondaryCapture;
+    std::string kind = kSecondaryCapture;
     if (frames == 1 || form.photometric == "PALETTE COLOR") {
         return kind;
     }

@@ -89,7 +89,8 @@ bool unroll(Paint& paint, const RectD& reach) {
         return false;
     }
     std::vector<GradientStop> stops;
-    for (double turn = low; turn < high; ++turn) {
+    for (int turns = 0; turns < static_cast<int>(high - low); ++turns) {
+        const double turn = low + turns;
         const bool mirrored = paint.extend == Extend::kReflect && std::fmod(std::abs(turn), 2) == 1;
         std::vector<GradientStop> part = paint.stops;
         if (mirrored) {

@@ -53,7 +53,7 @@ class Huffman {
         for (uint32_t bits = 0; bits < m_short.size(); bits++) {
             for (uint32_t length = 1; length <= kShort && m_short[bits].length == 0; length++) {
                 const uint32_t prefix = bits >> (kShort - length);
-                const auto at = static_cast<size_t>(static_cast<int32_t>(prefix) + m_first[length]);
+                const auto at = static_cast<size_t>(static_cast<int64_t>(prefix) + m_first[length]);
                 if (prefix < m_end[length] && at < m_values.size()) {
                     m_short[bits] = {static_cast<uint8_t>(length), m_values[at]};
                 }
@@ -72,7 +72,7 @@ class Huffman {
         for (size_t length = 1; length <= 16; length++) {
             code = code << 1 | bits.take(1);
             if (code < m_end[length]) {
-                const auto at = static_cast<size_t>(static_cast<int32_t>(code) + m_first[length]);
+                const auto at = static_cast<size_t>(static_cast<int64_t>(code) + m_first[length]);
                 if (at < m_values.size()) {
                     return m_values[at];
                 }

@@ -171,7 +171,7 @@ class CodedJpegReader final : public RowReader {
     // inverted, while the colors here are not.
     void to_rgb(uint16_t* from, uint32_t most) const {
         const auto bands = static_cast<size_t>(m_header.form.bands());
-        const auto middle = static_cast<double>((most + 1) / 2);
+        const double middle = std::floor((most + 1) / 2.0);
         const auto sample = [&](double value) {
             return static_cast<uint16_t>(std::clamp(value + 0.5, 0.0, static_cast<double>(most)));
         };

@@ -195,6 +195,7 @@ DecodedTile decode_jpeg2000_tile(const DataSource& source, const Jpeg2000Structu
         opj_image_destroy(image);
         fail();
     }
+    assert(image != nullptr);
     DecodedTile decoded(image);
     // The whole area: the sizes that the header left in the image are those of an area that begins at the origin.
     if (opj_set_decode_area(codec.get(), image, 0, 0, 0, 0) == OPJ_FALSE ||

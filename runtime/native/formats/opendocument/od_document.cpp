@@ -4,13 +4,11 @@
 #include <algorithm>
 #include <array>
 
-#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 
 namespace zelmor::embed {
 
-namespace limits = imagework::limits;
 using imagework::Failure;
 using imagework::PictureError;
 

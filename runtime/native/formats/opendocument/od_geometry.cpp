@@ -63,7 +63,7 @@ class OdGeometry::Formula {
     double term() {
         bool negative = false;
         while (m_in.peek() == '-' || m_in.peek() == '+') {
-            negative ^= m_in.take() == '-';
+            negative = negative != (m_in.take() == '-');
         }
         const double value = atom();
         return negative ? -value : value;

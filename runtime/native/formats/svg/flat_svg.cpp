@@ -25,7 +25,6 @@ using drawwork::GradientStop;
 using drawwork::mapped_outline;
 using drawwork::Outline;
 using drawwork::Paint;
-using drawwork::PointD;
 using drawwork::rectangle_around;
 using drawwork::rectangle_outline;
 using drawwork::RectD;
