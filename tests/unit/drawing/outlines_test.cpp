@@ -114,9 +114,14 @@ TEST(OutlineTest, AReversedCurveHasTheSamePointsFromItsEnd) {
 TEST(OutlineTest, ASplineHasItsTangentsFromTheNeighbors) {
     const std::vector<PointD> all{{12, 3}, {30, 0}, {40, 20}, {5, 35}, {-4, 20}};
     constexpr double kTension = 0.75;
-    for (const auto& [number, closed] : {std::pair{3, true}, {4, false}, {4, true}, {5, true}}) {
-        const std::vector<PointD> points(all.begin(), all.begin() + number);
-        const int n = number;
+    struct Row {
+        int number;
+        bool closed;
+    };
+    for (const Row& row : {Row{3, true}, {4, false}, {4, true}, {5, true}}) {
+        const std::vector<PointD> points(all.begin(), all.begin() + row.number);
+        const int n = row.number;
+        const bool closed = row.closed;
         const Contour spline = spline_contour(points, kTension, closed);
         EXPECT_EQ(spline.closed, closed);
         EXPECT_EQ(spline.start, points[0]);

@@ -411,7 +411,7 @@ TEST(SvgStatementsTest, GrayColors) {
                                           {0xFF0A0B0DU, "#0b0b0b"},
                                           {0xFFC86432U, "#7c7c7c"}}) {
         const std::string text =
-            svg([&](Canvas& canvas) { canvas.fill(kBox, FillRule::kWinding, solid(color), true); }, gray);
+            svg([&, ink = color](Canvas& canvas) { canvas.fill(kBox, FillRule::kWinding, solid(ink), true); }, gray);
         EXPECT_EQ(element(text, "path").value_or(Attributes())["fill"], expected);
     }
     const std::string stops = svg(
@@ -494,10 +494,10 @@ TEST(ScriptStatementsTest, Areas) {
     curved.curve_to({3, 4}, {5, 6}, {7, 8});
     const std::string path = "c.beginPath();\nc.moveTo(1,2);\nc.bezierCurveTo(3,4,5,6,7,8);\nc.closePath();\n";
     for (const auto& [rule, name] : {std::pair{FillRule::kWinding, "nonzero"}, {FillRule::kAlternate, "evenodd"}}) {
-        EXPECT_EQ(script([&](Canvas& canvas) { canvas.fill({curved}, rule, solid(0x80102030), true); }),
+        EXPECT_EQ(script([&, way = rule](Canvas& canvas) { canvas.fill({curved}, way, solid(0x80102030), true); }),
                   path + "c.fillStyle=\"rgba(16,32,48,0.502)\";\nc.fill(\"" + name + "\");\n");
-        EXPECT_EQ(script([&](Canvas& canvas) {
-                      canvas.clip({curved}, rule, true);
+        EXPECT_EQ(script([&, way = rule](Canvas& canvas) {
+                      canvas.clip({curved}, way, true);
                       canvas.clear(0);
                   }),
                   "c.save();\n" + path + "c.clip(\"" + name + "\");\nc.clearRect(0,0,100,50);\nc.restore();\n");
