@@ -679,7 +679,7 @@ std::vector<Figure> figures(const std::function<void(Canvas&)>& draw, DxfSetting
     size_t at = text.find("\nENTITIES\n") + 10;
     const auto line = [&] {
         const size_t end = text.find('\n', at);
-        const std::string part = text.substr(at, end - at);
+        std::string part = text.substr(at, end - at);
         at = end + 1;
         return part;
     };

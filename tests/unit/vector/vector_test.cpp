@@ -23,10 +23,8 @@ using drawwork::Argb;
 using drawwork::Contour;
 using drawwork::FillRule;
 using drawwork::Paint;
-using drawwork::PointD;
 using drawwork::RectD;
 using imagework::Picture;
-using imagework::Rect;
 
 constexpr Argb kRed = 0xFFFF0000, kBlue = 0xFF0000FF, kWhite = 0xFFFFFFFF, kGreen = 0xFF00FF00;
 
