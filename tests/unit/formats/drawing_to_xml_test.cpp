@@ -124,7 +124,8 @@ TEST(DrawingToXmlTest, GroupsNest) {
             }
             drawing.insertSpace();
         };
-        EXPECT_EQ(body(open), expected + "<text:s/>" + ends);
+        const std::string space = expected + "<text:s/>";
+        EXPECT_EQ(body(open), space + ends);
         EXPECT_EQ(body([&](DrawingToXml& drawing) {
                       open(drawing);
                       for (size_t i = 0; i < depth; ++i) {
@@ -132,7 +133,7 @@ TEST(DrawingToXmlTest, GroupsNest) {
                       }
                       drawing.insertTab();
                   }),
-                  expected + "<text:s/>" + ends + "<text:tab/>");
+                  (space + ends).append("<text:tab/>"));
     }
 }
 
@@ -368,8 +369,8 @@ TEST(DrawingToXmlTest, PicturesDashesAndArrows) {
         const std::string text = style_of(of);
         EXPECT_EQ(between(text, "<draw:marker", "/>"),
                   " draw:name=\"d1" + end + "\" svg:d=\"M0 0L1 1z\" svg:viewBox=\"0 0 1 1\"");
-        EXPECT_TRUE(
-            between(text, "<style:graphic-properties", "/>").starts_with(" draw:marker-" + end + "=\"d1" + end + "\""));
+        EXPECT_TRUE(between(text, "<style:graphic-properties", "/>")
+                        .starts_with((" draw:marker-" + end).append("=\"d1").append(end).append("\"")));
     }
 }
 

@@ -221,7 +221,7 @@ TEST(StrokesTest, TheWorkEndsAtEachCheckpoint) {
         int reached = 0;
         const auto ends = [&] {
             if (++reached == last) {
-                throw last;
+                throw int{last};
             }
         };
         EXPECT_THROW(find_strokes(pixels, {}, ends), int);
