@@ -226,7 +226,9 @@ TEST(OdPensTest, Arrows) {
     // In the middle of its end it cuts nothing.
     for (const auto& [name, x] : {std::pair{"start", 10.0}, {"end", 70.0}}) {
         const std::string place = std::string("draw:marker-") + name;
-        const auto centered = with(place + R"(="A" )" + place + R"(-width="6px" )" + place + R"(-center="true")");
+        std::string attributes = place + R"(="A" )";
+        attributes.append(place).append(R"(-width="6px" )").append(place).append(R"(-center="true")");
+        const auto centered = with(attributes);
         ASSERT_EQ(kinds(centered), "fs");
         expect_box(bounds_of(centered[0].outline), x - 6, 17, 12, 6);
         expect_box(bounds_of(centered[1].outline), 10, 20, 60, 0);
@@ -508,7 +510,8 @@ TEST(OdFillsTest, Pictures) {
                                          {"bottom-left", 10.0, 40.0},
                                          {"bottom", 30.0, 40.0},
                                          {"bottom-right", 50.0, 40.0}}) {
-            expect(size + R"(style:repeat=")" + repeat + R"(" draw:fill-image-ref-point=")" + word + '"',
+            expect((size + R"(style:repeat=")").append(repeat).append(R"(" draw:fill-image-ref-point=")").append(word) +
+                       '"',
                    repeat == "repeat" ? Extend::kRepeat : Extend::kNone, {x, y, 20, 20});
         }
     }
