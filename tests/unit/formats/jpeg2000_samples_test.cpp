@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -194,7 +195,7 @@ void check_unmultiplied(SampleType type, size_t bands) {
         pixels[bands + i] = static_cast<Sample>(i == bands - 1 ? ~Sample{0} : 7);
     }
     const std::vector<Sample> before = pixels;
-    ASSERT_GT(bands, 0U);
+    assert(bands > 0);
     unmultiply(form, reinterpret_cast<uint8_t*>(pixels.data()), pixels.size() / bands);
     for (size_t i = 0; i < pixels.size(); i++) {
         const Sample alpha = before[i / bands * bands + bands - 1];
