@@ -411,3 +411,21 @@ def test_a_region_of_very_many_steps(graphics: Graphics) -> None:
     for i in range(1000):
         region.union(Rectangle(i % 40, 0, 1, 1))
     assert region.equals(Region(Rectangle(0, 0, 40, 1)), graphics)
+
+
+def test_a_region_of_very_many_ellipses(graphics: Graphics) -> None:
+    draw = random.Random(7)
+    y, x = np.mgrid[0:25, 0:25] * 4 + 2.0
+    region, expected, sure = Region(), np.ones((25, 25), bool), np.ones((25, 25), bool)
+    for _ in range(150):
+        name = draw.choice(list(OPERATIONS))
+        box = [draw.uniform(0, 80), draw.uniform(0, 80), draw.uniform(3, 40), draw.uniform(3, 40)]
+        getattr(region, name)(path_of(EllipseShape(RectangleF(*box))))
+        far = np.hypot((x - box[0]) / box[2] * 2 - 1, (y - box[1]) / box[3] * 2 - 1)
+        expected = OPERATIONS[name](expected, far <= 1)
+        sure &= abs(far - 1) > 0.02
+        region.union(region)
+    found = np.array([[region.is_visible(float(x), float(y)) for x in range(2, 102, 4)] for y in range(2, 102, 4)])
+    assert sure.sum() > 100 and 0 < (expected & sure).sum() < sure.sum()
+    assert (found == expected)[sure].all()
+    assert region.equals(region.deep_clone(), graphics) and not region.is_empty(graphics)

@@ -321,16 +321,15 @@ TEST_F(CollectorTest, NoCallWaitsLongWhileRingsComeAndGo) {
 // The same with 100,000 rings that stay, and then go at once: each object costs a run a constant.
 TEST_F(CollectorTest, NoCallWaitsLongAmongManyRings) {
     constexpr int64_t kRings = 100'000;
-    const int64_t& looks = Looked::looks;
     int64_t most = 0;
     double longest = 0;
     std::vector<std::vector<Ref<Looked>>> kept;
     const auto measured = [&](const auto& step) {
-        const int64_t before = looks;
+        const int64_t before = Looked::looks;
         const double start = thread_seconds();
         step();
         longest = std::max(longest, thread_seconds() - start);
-        most = std::max(most, looks - before);
+        most = std::max(most, Looked::looks - before);
     };
     for (int64_t i = 0; i < kRings; ++i) {
         measured([&] {

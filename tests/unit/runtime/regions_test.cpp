@@ -1,10 +1,13 @@
-// Regions: points of expressions, and the trapezoids that answer for all of a region.
+// Regions: points of expressions, and the trapezoids and boundaries that stand for their areas.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
+#include <limits>
 #include <random>
+#include <tuple>
 
+#include "runtime/native/behaviors/drawing/region_sweep.h"
 #include "runtime/native/behaviors/drawing/regions.h"
 
 namespace zelmor::embed {
@@ -104,6 +107,7 @@ TEST(RegionsTest, PointsAndTrapezoidsAgreeWithTheSets) {
     for (int round = 0; round < 60; ++round) {
         const Known region = draw.expression(1 + round % 3);
         const std::vector<Trapezoid> trapezoids = trapezoids_of(*region.tree);
+        const Outline boundary = boundary_of(*region.tree);
         bool any = false;
         for (int i = 0; i < 200; ++i) {
             const PointD p{draw.number(-2, 40), draw.number(-2, 40)};
@@ -116,6 +120,7 @@ TEST(RegionsTest, PointsAndTrapezoidsAgreeWithTheSets) {
                 std::count_if(trapezoids.begin(), trapezoids.end(), [&](const Trapezoid& t) { return covers(t, p); }),
                 region.has(p) ? 1 : 0)
                 << round;
+            EXPECT_EQ(contains(boundary, FillRule::kAlternate, p), region.has(p)) << round;
         }
         if (any) {
             EXPECT_FALSE(is_empty(region.tree));
@@ -177,10 +182,10 @@ TEST(RegionsTest, EmptyAndInfiniteRegions) {
     EXPECT_FALSE(none->contains({0, 0}));
 }
 
-TEST(RegionsTest, DeepExpressionsAreWorkedOut) {
+TEST(RegionsTest, LongExpressionsAreWorkedOut) {
     for (const bool bounded : {true, false}) {
         Known region{bounded ? empty_region() : infinite_region(), [bounded](PointD) { return !bounded; }};
-        int deepest = 0;
+        size_t most = 0;
         for (int step = 0; step < 70; ++step) {
             const RectD box{double(step * 7 % 23), double(step * 5 % 17), 3, 4};
             const RegionOperation operation = step % 3 == 2 ? RegionOperation::kExclude : RegionOperation::kUnion;
@@ -190,13 +195,99 @@ TEST(RegionsTest, DeepExpressionsAreWorkedOut) {
                           const bool inside = p.x >= box.x && p.x < box.right() && p.y >= box.y && p.y < box.bottom();
                           return by_sets(operation, before(p), inside);
                       }};
-            deepest = std::max(deepest, region.tree->depth);
+            most = std::max(most, region.tree->terms);
         }
-        EXPECT_EQ(deepest, 64);
+        EXPECT_EQ(most, 64U);
         for (double y = -1.5; y < 25; ++y) {
             for (double x = -1.5; x < 30; ++x) {
                 EXPECT_EQ(region.tree->contains({x, y}), region.has({x, y})) << x << ' ' << y;
             }
+        }
+    }
+}
+
+size_t corners_of(const Outline& outline) {
+    size_t corners = 0;
+    for (const Contour& contour : outline) {
+        corners += 1 + contour.segments.size();
+    }
+    return corners;
+}
+
+TEST(RegionsTest, ABoundaryHasTheCornersOfTheArea) {
+    const RegionTree left = region_of({rectangle_contour({0, 0, 10, 10})}, FillRule::kAlternate);
+    const RegionTree right = region_of({rectangle_contour({5, 5, 10, 10})}, FillRule::kAlternate);
+    const RegionTree apart = region_of({rectangle_contour({20, 0, 2, 2})}, FillRule::kAlternate);
+    const RegionTree beside = region_of({rectangle_contour({10, 0, 4, 10})}, FillRule::kAlternate);
+    const struct {
+        RegionTree region;
+        size_t polygons, corners;
+        RectD bounds;
+    } kCases[] = {
+        {combined(left, right, RegionOperation::kUnion), 1, 8, {0, 0, 15, 15}},
+        {combined(left, right, RegionOperation::kIntersect), 1, 4, {5, 5, 5, 5}},
+        {combined(left, right, RegionOperation::kExclude), 1, 6, {0, 0, 10, 10}},
+        {combined(left, apart, RegionOperation::kUnion), 2, 8, {0, 0, 22, 10}},
+        {combined(left, beside, RegionOperation::kUnion), 1, 4, {0, 0, 14, 10}},
+        {combined(left, beside, RegionOperation::kIntersect), 0, 0, {}},
+    };
+    for (const auto& [region, polygons, corners, bounds] : kCases) {
+        const Outline boundary = boundary_of(*region);
+        EXPECT_EQ(boundary.size(), polygons) << &region - &kCases[0].region;
+        EXPECT_LE(corners_of(boundary), corners + 2 * polygons);  // a level line may have a point within
+        EXPECT_GE(corners_of(boundary), corners);
+        const RectD around = bounds_of(boundary);
+        EXPECT_EQ(std::tuple(around.x, around.y, around.width, around.height),
+                  std::tuple(bounds.x, bounds.y, bounds.width, bounds.height));
+    }
+}
+
+TEST(RegionsTest, ManyEllipsesStayFewCorners) {
+    Draw draw(12);
+    std::vector<std::pair<RectD, RegionOperation>> steps;
+    RegionTree region = empty_region();
+    for (int step = 0; step < 300; ++step) {
+        const RectD box{draw.number(0, 90), draw.number(0, 90), draw.number(2, 25), draw.number(2, 25)};
+        steps.emplace_back(box, step % 3 == 2 ? kOperations[draw.whole(5) == 0 ? 2 : 3] : RegionOperation::kUnion);
+        region = combined(region, region_of({ellipse_contour(box)}, FillRule::kWinding), steps.back().second);
+    }
+    EXPECT_LT(corners_of(boundary_of(*region)), 20'000U);
+    for (int i = 0; i < 2000; ++i) {
+        const PointD p{draw.number(0, 100), draw.number(0, 100)};
+        bool inside = false, sure = true;
+        for (const auto& [box, operation] : steps) {
+            const PointD d = p - box.center();
+            const double far = std::hypot(2 * d.x / box.width, 2 * d.y / box.height);
+            sure = sure && std::abs(far - 1) > 0.02;
+            inside = by_sets(operation, inside, far <= 1);
+        }
+        if (sure) {
+            EXPECT_EQ(region->contains(p), inside) << p.x << ' ' << p.y;
+        }
+    }
+}
+
+TEST(RegionsTest, ARegionAndItselfIsNoLongerExpression) {
+    Draw draw(3);
+    const RegionTree region = draw.expression(2).tree;
+    EXPECT_EQ(combined(region, region, RegionOperation::kUnion), region);
+    EXPECT_EQ(combined(region, region, RegionOperation::kIntersect), region);
+    for (const RegionOperation operation :
+         {RegionOperation::kXor, RegionOperation::kExclude, RegionOperation::kComplement}) {
+        EXPECT_EQ(combined(region, region, operation), empty_region());
+    }
+}
+
+TEST(RegionsTest, OutlinesThatAreNotFiniteHaveNoArea) {
+    const double nan = std::numeric_limits<double>::quiet_NaN(), infinity = std::numeric_limits<double>::infinity();
+    const RegionTree box = region_of({rectangle_contour({0, 0, 5, 5})}, FillRule::kAlternate);
+    for (const double number : {nan, infinity, -infinity, 1e101, -1e101}) {
+        for (const PointD odd : {PointD{number, 3}, PointD{3, number}}) {
+            const std::vector<PointD> points{{0, 0}, {5, 5}, odd};
+            const RegionTree region = region_of({polygon_contour(points, true)}, FillRule::kAlternate);
+            EXPECT_TRUE(trapezoids_of(*region).empty());
+            EXPECT_EQ(trapezoids_of(*combined(box, region, RegionOperation::kUnion)).size(), 1U);
+            EXPECT_EQ(corners_of(boundary_of(*combined(region, box, RegionOperation::kXor))), 4U);
         }
     }
 }

@@ -5,6 +5,7 @@
 #include <cassert>
 #include <cmath>
 
+#include "runtime/native/behaviors/drawing/region_sweep.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"

@@ -1,7 +1,7 @@
 // A Region: a set of points, made from outlines by the operations on sets.
 //
 // It is kept as the expression that it was made by. A point is tested against that directly. A question about the whole
-// region, such as whether it is empty, is answered by trapezoids whose edges do not cross.
+// region, such as whether it is empty, is answered by its area (region_sweep.h).
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_REGIONS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_REGIONS_H
 
@@ -14,6 +14,8 @@
 namespace zelmor::embed {
 
 enum class RegionOperation { kIntersect, kUnion, kXor, kExclude, kComplement };
+// Whether a point belongs to the result, by whether it belongs to the operands.
+bool operate(RegionOperation operation, bool left, bool right);
 
 // A node of the expression: all points, none, those in an outline, or an operation on two others.
 struct RegionNode {
@@ -23,11 +25,14 @@ struct RegionNode {
     FillRule rule = FillRule::kAlternate;
     RegionOperation operation = RegionOperation::kIntersect;
     std::shared_ptr<const RegionNode> left, right;
-    int depth = 0;
+    size_t terms = 1;  // how many nodes that are no operations
 
     bool contains(PointD point) const;
 };
 using RegionTree = std::shared_ptr<const RegionNode>;
+
+// An expression of more terms than that is replaced by its boundary.
+constexpr size_t kMostTerms = 64;
 
 RegionTree infinite_region();
 RegionTree empty_region();
@@ -35,12 +40,6 @@ RegionTree region_of(Outline outline, FillRule rule);
 RegionTree combined(RegionTree left, RegionTree right, RegionOperation operation);
 RegionTree transformed(const RegionTree& tree, const Affine& map);
 
-struct Trapezoid {
-    double top, bottom;
-    double left_top, left_bottom, right_top, right_bottom;
-};
-// The part of the region that the edges of its outlines bound, in bands from top to bottom.
-std::vector<Trapezoid> trapezoids_of(const RegionNode& region);
 bool is_empty(const RegionTree& region);
 bool is_infinite(const RegionTree& region);
 

@@ -6,6 +6,7 @@
 #include <cassert>
 #include <cmath>
 
+#include "runtime/native/behaviors/drawing/region_sweep.h"
 #include "runtime/native/behaviors/drawing/regions.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/drawwork/decimal_text.h"

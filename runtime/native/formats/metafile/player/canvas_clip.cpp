@@ -83,8 +83,8 @@ void CanvasClip::clip(const RegionNode& region) {
 }
 
 RegionTree bounded_combination(const RegionTree& left, const RegionTree& right, RegionOperation operation) {
-    constexpr int kDeep = 60;  // a deeper expression is worked out when it is made
-    if (left->depth + 1 >= kDeep && lines_of(*left) + lines_of(*right) > kMostLines) {
+    // A longer expression is worked out when it is made.
+    if (left->terms + right->terms > kMostTerms && lines_of(*left) + lines_of(*right) > kMostLines) {
         return left;
     }
     if (left->kind == RegionNode::Kind::kInfinite && operation == RegionOperation::kIntersect) {

@@ -1,6 +1,7 @@
 // Clips by rectangles, and drawing of regions.
 #include <cmath>
 
+#include "runtime/native/behaviors/drawing/region_sweep.h"
 #include "runtime/native/formats/metafile/player/device.h"
 
 namespace zelmor::embed::metafile {

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "runtime/native/behaviors/drawing/paints.h"
+#include "runtime/native/behaviors/drawing/region_sweep.h"
 #include "runtime/native/behaviors/drawing/regions.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/drawwork/loader.h"
