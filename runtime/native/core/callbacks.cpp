@@ -2,6 +2,7 @@
 #include "runtime/native/core/callbacks.h"
 
 #include <array>
+#include <cassert>
 #include <climits>
 #include <new>
 
@@ -114,7 +115,9 @@ namespace {
 
 void give_back(PyObject* object) noexcept {
     ThreadState& state = thread_state;
-    const auto dec_ref = object_api().dec_ref;
+    const PyObjApiCallbacks* api = callbacks().objects;
+    assert(api != nullptr);  // who holds a reference got it through the table
+    const auto dec_ref = api->dec_ref;
     // Outside of the end of an object the holder is a local of some function, which expects Python code to run here.
     if (!state.ending) {
         return dec_ref(object);
