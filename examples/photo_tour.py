@@ -3,7 +3,8 @@
     examples/photo_tour.py [--out DIRECTORY] [PICTURE OR FOLDER]...
 
 Without arguments it uses the pictures of Debian's package lomiri-wallpapers-16.04. It writes the results to the output
-directory, with a list of them, "tour.json", for the contact sheet.
+directory, with a list of them, "tour.json", for the contact sheet. Several processes share the work, one for each
+processor, since Python runs the calls of one process one after the other.
 """
 
 import argparse
@@ -11,8 +12,10 @@ import json
 import sys
 import time
 from collections.abc import Callable
+from concurrent.futures import ProcessPoolExecutor
 from dataclasses import dataclass
 from itertools import cycle
+from multiprocessing import get_context
 from pathlib import Path
 
 from zelmor.imaging import Color, Image, ImageOptionsBase, RasterCachedImage, Rectangle, ResizeType, RotateFlipType
@@ -165,11 +168,15 @@ def main() -> int:
         return 1
 
     arguments.out.mkdir(parents=True, exist_ok=True)
-    tour = []
-    for number, (stop, source) in enumerate(zip(STOPS, cycle(pictures)), start=1):
-        target = arguments.out / f"{number:02}_{source.stem}{stop.suffix}"
-        print(visit(stop, source, target), flush=True)
-        tour.append({"caption": stop.caption, "before": str(source.resolve()), "after": target.name})
+    sources = [source for _, source in zip(STOPS, cycle(pictures))]
+    targets = [arguments.out / f"{number:02}_{source.stem}{stop.suffix}"
+               for number, (stop, source) in enumerate(zip(STOPS, sources), start=1)]
+    # New processes rather than copies of this one, in which a runtime has started.
+    with ProcessPoolExecutor(mp_context=get_context("spawn")) as pool:
+        for line in pool.map(visit, STOPS, sources, targets):
+            print(line, flush=True)
+    tour = [{"caption": stop.caption, "before": str(source.resolve()), "after": target.name}
+            for stop, source, target in zip(STOPS, sources, targets)]
     (arguments.out / "tour.json").write_text(json.dumps(tour, indent=4) + "\n")
     print(f"{len(tour)} pictures are in {arguments.out}")
     return 0

@@ -52,8 +52,6 @@ Affine map_of_corners(const RectD& rect, const std::vector<PointD>& points) {
 
 namespace {
 
-constexpr MatrixOrder kFirst = MatrixOrder::kPrepend;
-
 Ref<MatrixObject> identity() {
     return make_ref<MatrixObject>();
 }
@@ -74,25 +72,25 @@ void scale_in(MatrixObject& self, float x, float y, MatrixOrder order) {
     self.map = combined(self.map, Affine::scaling(x, y), order);
 }
 void scale(MatrixObject& self, float x, float y) {
-    scale_in(self, x, y, kFirst);
+    scale_in(self, x, y, MatrixOrder::kPrepend);
 }
 void translate_in(MatrixObject& self, float x, float y, MatrixOrder order) {
     self.map = combined(self.map, Affine::translation(x, y), order);
 }
 void translate(MatrixObject& self, float x, float y) {
-    translate_in(self, x, y, kFirst);
+    translate_in(self, x, y, MatrixOrder::kPrepend);
 }
 void multiply_in(MatrixObject& self, MatrixObject* other, MatrixOrder order) {
     self.map = combined(self.map, required_map(other, "tx"), order);
 }
 void multiply(MatrixObject& self, MatrixObject* other) {
-    multiply_in(self, other, kFirst);
+    multiply_in(self, other, MatrixOrder::kPrepend);
 }
 void rotate_in(MatrixObject& self, float angle, MatrixOrder order) {
     self.map = combined(self.map, Affine::rotation(angle), order);
 }
 void rotate(MatrixObject& self, float angle) {
-    rotate_in(self, angle, kFirst);
+    rotate_in(self, angle, MatrixOrder::kPrepend);
 }
 void rotate_at_in(MatrixObject& self, float angle, PointArg at, MatrixOrder order) {
     const Affine turn =
@@ -100,7 +98,7 @@ void rotate_at_in(MatrixObject& self, float angle, PointArg at, MatrixOrder orde
     self.map = combined(self.map, turn, order);
 }
 void rotate_at(MatrixObject& self, float angle, PointArg at) {
-    rotate_at_in(self, angle, at, kFirst);
+    rotate_at_in(self, angle, at, MatrixOrder::kPrepend);
 }
 void reset_matrix(MatrixObject& self) {
     self.map = {};

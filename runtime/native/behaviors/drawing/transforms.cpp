@@ -8,37 +8,35 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr MatrixOrder kFirst = MatrixOrder::kPrepend;
-
 void set_map(Record& self, const Affine& map) {
     set_property(self, "Transform", Value(Ref<ManagedObject>(make_ref<MatrixObject>(map))));
 }
 void apply(Record& self, const Affine& step, MatrixOrder order) {
     set_map(self, combined(transform_of(self), step, order));
 }
-void multiply_in(Record& self, MatrixObject* matrix, MatrixOrder order) {
+void multiply_transform_in(Record& self, MatrixObject* matrix, MatrixOrder order) {
     apply(self, required_map(matrix, "matrix"), order);
 }
-void multiply(Record& self, MatrixObject* matrix) {
-    multiply_in(self, matrix, kFirst);
+void multiply_transform(Record& self, MatrixObject* matrix) {
+    multiply_transform_in(self, matrix, MatrixOrder::kPrepend);
 }
-void translate_in(Record& self, float dx, float dy, MatrixOrder order) {
+void translate_transform_in(Record& self, float dx, float dy, MatrixOrder order) {
     apply(self, Affine::translation(dx, dy), order);
 }
-void translate(Record& self, float dx, float dy) {
-    translate_in(self, dx, dy, kFirst);
+void translate_transform(Record& self, float dx, float dy) {
+    translate_transform_in(self, dx, dy, MatrixOrder::kPrepend);
 }
-void scale_in(Record& self, float sx, float sy, MatrixOrder order) {
+void scale_transform_in(Record& self, float sx, float sy, MatrixOrder order) {
     apply(self, Affine::scaling(sx, sy), order);
 }
-void scale(Record& self, float sx, float sy) {
-    scale_in(self, sx, sy, kFirst);
+void scale_transform(Record& self, float sx, float sy) {
+    scale_transform_in(self, sx, sy, MatrixOrder::kPrepend);
 }
-void rotate_in(Record& self, float angle, MatrixOrder order) {
+void rotate_transform_in(Record& self, float angle, MatrixOrder order) {
     apply(self, Affine::rotation(angle), order);
 }
-void rotate(Record& self, float angle) {
-    rotate_in(self, angle, kFirst);
+void rotate_transform(Record& self, float angle) {
+    rotate_transform_in(self, angle, MatrixOrder::kPrepend);
 }
 void reset_transform(Record& self) {
     set_map(self, Affine());
@@ -62,21 +60,21 @@ using BrushApi = api::Brushes::TransformBrush;
 using GraphicsApi = api::Graphics;
 
 const BehaviorTable ZELMOR_UNNAMED({
-    behavior<&multiply, PenApi::call_000_MultiplyTransform, BrushApi::call_000_MultiplyTransform,
+    behavior<&multiply_transform, PenApi::call_000_MultiplyTransform, BrushApi::call_000_MultiplyTransform,
              GraphicsApi::call_000_MultiplyTransform>(),
-    behavior<&multiply_in, PenApi::call_001_MultiplyTransform, BrushApi::call_001_MultiplyTransform,
+    behavior<&multiply_transform_in, PenApi::call_001_MultiplyTransform, BrushApi::call_001_MultiplyTransform,
              GraphicsApi::call_001_MultiplyTransform>(),
-    behavior<&translate, PenApi::call_000_TranslateTransform, BrushApi::call_000_TranslateTransform,
+    behavior<&translate_transform, PenApi::call_000_TranslateTransform, BrushApi::call_000_TranslateTransform,
              GraphicsApi::call_000_TranslateTransform>(),
-    behavior<&translate_in, PenApi::call_001_TranslateTransform, BrushApi::call_001_TranslateTransform,
+    behavior<&translate_transform_in, PenApi::call_001_TranslateTransform, BrushApi::call_001_TranslateTransform,
              GraphicsApi::call_001_TranslateTransform>(),
-    behavior<&scale, PenApi::call_000_ScaleTransform, BrushApi::call_000_ScaleTransform,
+    behavior<&scale_transform, PenApi::call_000_ScaleTransform, BrushApi::call_000_ScaleTransform,
              GraphicsApi::call_000_ScaleTransform>(),
-    behavior<&scale_in, PenApi::call_001_ScaleTransform, BrushApi::call_001_ScaleTransform,
+    behavior<&scale_transform_in, PenApi::call_001_ScaleTransform, BrushApi::call_001_ScaleTransform,
              GraphicsApi::call_001_ScaleTransform>(),
-    behavior<&rotate, PenApi::call_000_RotateTransform, BrushApi::call_000_RotateTransform,
+    behavior<&rotate_transform, PenApi::call_000_RotateTransform, BrushApi::call_000_RotateTransform,
              GraphicsApi::call_000_RotateTransform>(),
-    behavior<&rotate_in, PenApi::call_001_RotateTransform, BrushApi::call_001_RotateTransform,
+    behavior<&rotate_transform_in, PenApi::call_001_RotateTransform, BrushApi::call_001_RotateTransform,
              GraphicsApi::call_001_RotateTransform>(),
     behavior<&reset_transform, PenApi::call_000_ResetTransform, BrushApi::call_000_ResetTransform,
              GraphicsApi::call_000_ResetTransform>(),

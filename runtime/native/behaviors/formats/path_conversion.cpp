@@ -3,27 +3,22 @@
 #include <cmath>
 #include <limits>
 
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Core.VectorPaths.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.PathResources.h"
 #include "generated/runtime/Zelmor.Imaging.Shapes.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
+#include "runtime/native/behaviors/formats/path_records.h"
 #include "runtime/native/collections/collection.h"
 
 namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kKnot = api::FileFormats::Core::VectorPaths::BezierKnotRecord::kType.name;
-constexpr const char* kInitialFill = api::FileFormats::Core::VectorPaths::InitialFillRuleRecord::kType.name;
-constexpr const char* kLength = api::FileFormats::Core::VectorPaths::LengthRecord::kType.name;
-constexpr const char* kFillRule = api::FileFormats::Core::VectorPaths::PathFillRuleRecord::kType.name;
 constexpr const char* kRecord = api::FileFormats::Core::VectorPaths::VectorPathRecord::kType.name;
 constexpr const char* kResource = api::FileFormats::Tiff::PathResources::PathResource::kType.name;
 constexpr const char* kBezier = api::Shapes::BezierShape::kType.name;
 
 // The identifiers of saved paths begin here.
 constexpr int64_t kFirstPathBlock = 2000;
-constexpr double kFixedPointOne = 1 << 24;
 
 struct Knot {
     PointD before, anchor, behind;
@@ -70,7 +65,7 @@ Ref<ManagedObject> knot_record(const Knot& knot, bool closed, const SizeValue& s
         raw.emplace_back(box(PointValue{fixed_point(x), fixed_point(y)}));
         fractions.push_back(point_of_fraction(x, y));
     }
-    auto record = make_instance(kKnot);
+    auto record = make_instance(kKnotRecord);
     set_property(*record, "Points",
                  Ref<ManagedObject>(make_ref<ValueList>(
                      ListShape::kArray, element_of(Wire::kStruct, StructTraits<PointValue>::kName), std::move(raw))));
@@ -87,7 +82,7 @@ Ref<ManagedObject> length_record(size_t count, bool closed) {
     if (count > std::numeric_limits<uint16_t>::max()) {
         throw_argument("A figure of " + std::to_string(count) + " points does not fit a path resource.");
     }
-    auto record = make_instance(kLength);
+    auto record = make_instance(kLengthRecord);
     set_property(*record, "RecordCount", static_cast<int64_t>(count));
     set_property(*record, "BezierKnotRecordsCount", static_cast<int64_t>(count));
     set_property(*record, "IsClosed", closed);
@@ -100,7 +95,7 @@ Collection from_graphics_path(PathObject* graphics_path, const SizeValue& image_
         throw_argument_null("graphics_path");
     }
     require_size(image_size);
-    std::vector<Value> records{make_instance(kFillRule), make_instance(kInitialFill)};
+    std::vector<Value> records{make_instance(kFillRuleRecord), make_instance(kInitialFillRecord)};
     for (const Contour& contour : graphics_path->outline()) {
         const std::vector<Knot> knots = knots_of(contour);
         records.emplace_back(length_record(knots.size(), contour.closed));
@@ -169,13 +164,13 @@ void add_figures(PathObject& path, const ManagedObject& resource, const SizeValu
             throw_argument("A record of the path resource is null. (Parameter 'path_resources')");
         }
         const std::string_view type = record->type().full_name;
-        if (type != kLength && type != kKnot) {
+        if (type != kLengthRecord && type != kKnotRecord) {
             continue;
         }
-        if ((type == kKnot) != (expected > 0)) {
+        if ((type == kKnotRecord) != (expected > 0)) {
             throw_argument("The lengths of the path resource do not fit its knots. (Parameter 'path_resources')");
         }
-        if (type == kLength) {
+        if (type == kLengthRecord) {
             expected = static_cast<size_t>(std::max<int64_t>(property_int(*record, "BezierKnotRecordsCount"), 0));
             closed = property_bool(*record, "IsClosed");
             continue;

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <string_view>
 
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Core.VectorPaths.h"
 #include "runtime/native/behaviors/drawing/arguments.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_streams.h"
 #include "runtime/native/collections/collection.h"
@@ -17,16 +16,11 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kKnot = api::FileFormats::Core::VectorPaths::BezierKnotRecord::kType.name;
 constexpr const char* kClipboard = api::FileFormats::Core::VectorPaths::ClipboardRecord::kType.name;
-constexpr const char* kInitialFill = api::FileFormats::Core::VectorPaths::InitialFillRuleRecord::kType.name;
-constexpr const char* kLength = api::FileFormats::Core::VectorPaths::LengthRecord::kType.name;
-constexpr const char* kFillRule = api::FileFormats::Core::VectorPaths::PathFillRuleRecord::kType.name;
 
 // The selectors.
 using PathType = api::FileFormats::Core::VectorPaths::VectorPathType;
 using PathOperations = api::FileFormats::Core::VectorPaths::PathOperations;
-constexpr double kFixedPointOne = 1 << 24;
 
 class PathRecordReader {
  public:
@@ -71,15 +65,15 @@ bool is_linked(PathType type) {
 
 const char* class_of(PathType type) {
     if (is_knot(type)) {
-        return kKnot;
+        return kKnotRecord;
     }
     if (is_length(type)) {
-        return kLength;
+        return kLengthRecord;
     }
     if (type == PathType::kPathFillRuleRecord) {
-        return kFillRule;
+        return kFillRuleRecord;
     }
-    return type == PathType::kClipboardRecord ? kClipboard : kInitialFill;
+    return type == PathType::kClipboardRecord ? kClipboard : kInitialFillRecord;
 }
 
 void fill_knot(ManagedObject& record, const PathRecordReader& reader) {
@@ -143,19 +137,19 @@ Ref<ManagedObject> record_of(const char* type, std::span<const std::byte> data) 
 }
 
 Ref<ManagedObject> knot_of(std::span<const std::byte> data) {
-    return record_of(kKnot, data);
+    return record_of(kKnotRecord, data);
 }
 Ref<ManagedObject> clipboard_of(std::span<const std::byte> data) {
     return record_of(kClipboard, data);
 }
 Ref<ManagedObject> initial_fill_of(std::span<const std::byte> data) {
-    return record_of(kInitialFill, data);
+    return record_of(kInitialFillRecord, data);
 }
 Ref<ManagedObject> length_of(std::span<const std::byte> data) {
-    return record_of(kLength, data);
+    return record_of(kLengthRecord, data);
 }
 Ref<ManagedObject> fill_rule_of(std::span<const std::byte> data) {
-    return record_of(kFillRule, data);
+    return record_of(kFillRuleRecord, data);
 }
 Ref<ManagedObject> produce(ManagedObject&, std::span<const std::byte> data) {
     return record_of(PathRecordReader(data));
@@ -164,11 +158,11 @@ Ref<ManagedObject> produce(ManagedObject&, std::span<const std::byte> data) {
 // The selector that the record would be written with.
 PathType get_record_type(Record& self) {
     const std::string_view type = self.type().full_name;
-    if (type == kLength) {
+    if (type == kLengthRecord) {
         return property_bool(self, "IsOpen") ? PathType::kOpenSubpathLengthRecord
                                              : PathType::kClosedSubpathLengthRecord;
     }
-    if (type == kKnot) {
+    if (type == kKnotRecord) {
         const bool linked = property_bool(self, "IsLinked");
         if (property_bool(self, "IsOpen")) {
             return linked ? PathType::kOpenSubpathBezierKnotLinked : PathType::kOpenSubpathBezierKnotUnlinked;
@@ -178,7 +172,7 @@ PathType get_record_type(Record& self) {
     if (type == kClipboard) {
         return PathType::kClipboardRecord;
     }
-    return type == kInitialFill ? PathType::kInitialFillRuleRecord : PathType::kPathFillRuleRecord;
+    return type == kInitialFillRecord ? PathType::kInitialFillRuleRecord : PathType::kPathFillRuleRecord;
 }
 
 // A path is either open or closed: setting one property sets the other.
@@ -257,8 +251,8 @@ Ref<ManagedObject> make_closed(const TypeInfo& type) {
     set_open(*record, false);
     return record;
 }
-const FactoryRegistration ZELMOR_UNNAMED(kKnot, make_closed);
-const FactoryRegistration ZELMOR_UNNAMED(kLength, make_closed);
+const FactoryRegistration ZELMOR_UNNAMED(kKnotRecord, make_closed);
+const FactoryRegistration ZELMOR_UNNAMED(kLengthRecord, make_closed);
 
 }  // namespace
 

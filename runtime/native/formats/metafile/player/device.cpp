@@ -15,7 +15,7 @@ using drawwork::Stroke;
 
 constexpr int kCopy = 13;  // the mix that replaces the pixels there
 constexpr int kNop = 11;
-constexpr size_t kMostSaved = 4096, kMostObjects = 65536;
+constexpr size_t kMostObjects = 65536;
 constexpr double kFlatness = 0.05;
 
 // A mix of pen and pixels as a raster operation, which does not depend on a source then.
@@ -99,7 +99,7 @@ Device::Device(Canvas& canvas, CanvasClip& clip, const DeviceSpace& space, const
 }
 
 void Device::save() {
-    if (m_saved.size() < kMostSaved) {
+    if (m_saved.size() < kMostSavedStates) {
         m_saved.push_back(state);
     }
 }

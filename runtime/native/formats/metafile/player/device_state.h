@@ -23,6 +23,9 @@ struct DeviceSpace {
     Affine to_canvas;
 };
 
+// States that records save one within the other; what is saved beyond is not kept.
+constexpr size_t kMostSavedStates = 4096;
+
 struct DeviceState {
     MapMode map_mode = MapMode::kText;
     PointD window_origin, viewport_origin;

@@ -73,12 +73,6 @@ void change_palette(Device& device, Played record) {
 
 // ---- State
 
-void scale(PointD& extent, Played record) {
-    const double x = number_in(record, "XDenom"), y = number_in(record, "YDenom");
-    extent.x *= x != 0 ? number_in(record, "XNum") / x : 1;
-    extent.y *= y != 0 ? number_in(record, "YNum") / y : 1;
-}
-
 void modify_world(Device& device, Played record) {
     enum Mode { kIdentity = 1, kLeft, kRight, kSet };
     const Affine map = map_in(record, "Xform");
@@ -269,8 +263,8 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
         {"EmfSetWindowExtEx", [](Device& d, Played r) { d.state.window_extent = point_in(r, "Extent"); }},
         {"EmfSetViewportOrgEx", [](Device& d, Played r) { d.state.viewport_origin = point_in(r, "Origin"); }},
         {"EmfSetViewportExtEx", [](Device& d, Played r) { d.state.viewport_extent = point_in(r, "Extent"); }},
-        {"EmfScaleWindowExtex", [](Device& d, Played r) { scale(d.state.window_extent, r); }},
-        {"EmfScaleViewportExtex", [](Device& d, Played r) { scale(d.state.viewport_extent, r); }},
+        {"EmfScaleWindowExtex", [](Device& d, Played r) { scale_extent(d.state.window_extent, r); }},
+        {"EmfScaleViewportExtex", [](Device& d, Played r) { scale_extent(d.state.viewport_extent, r); }},
         {"EmfSetWorldTransform", [](Device& d, Played r) { d.state.world = map_in(r, "Xform"); }},
         {"EmfModifyWorldTransform", &modify_world},
         {"EmfSetLayout", [](Device& d, Played r) { d.state.mirrored = (whole_in(r, "LayoutMode") & 1) != 0; }},

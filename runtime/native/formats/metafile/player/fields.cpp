@@ -102,6 +102,12 @@ std::vector<Ref<ManagedObject>> objects_in(const ManagedObject& object, const ch
     return objects;
 }
 
+void scale_extent(PointD& extent, const ManagedObject& record) {
+    const double x = number_in(record, "XDenom"), y = number_in(record, "YDenom");
+    extent.x *= x != 0 ? number_in(record, "XNum") / x : 1;
+    extent.y *= y != 0 ? number_in(record, "YNum") / y : 1;
+}
+
 FileBytes kept_in(const ManagedObject& object, const char* name) {
     const auto* keeper = dynamic_cast<const MetafileObject*>(&object);
     if (keeper == nullptr) {

@@ -34,6 +34,9 @@ std::vector<double> numbers_in(const ManagedObject& object, const char* name);
 std::vector<Argb> colors_in(const ManagedObject& object, const char* name);
 std::vector<Ref<ManagedObject>> objects_in(const ManagedObject& object, const char* name);
 
+// Multiplies by the fractions XNum / XDenom and YNum / YDenom of a record, where the denominators are not zero.
+void scale_extent(PointD& extent, const ManagedObject& record);
+
 // The bytes of a field that has no property, by its name in the layout: "_triangles".
 FileBytes kept_in(const ManagedObject& object, const char* name);
 

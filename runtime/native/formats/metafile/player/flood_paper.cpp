@@ -18,9 +18,9 @@ using drawwork::FillRule;
 using drawwork::Outline;
 using drawwork::Paint;
 
-constexpr double kMostPixels = 16e6, kLongestPaper = 30'000;  // of the paper
-constexpr uint64_t kMostLookedAt = 4'000'000'000;             // pixels, by all flood fills of a picture
-constexpr double kFiner = 2;                                  // pixels in a unit of a canvas without any
+constexpr double kMostPaperPixels = 16e6, kLongestPaper = 30'000;  // of the paper
+constexpr uint64_t kMostLookedAt = 4'000'000'000;                  // pixels, by all flood fills of a picture
+constexpr double kFiner = 2;                                       // pixels in a unit of a canvas without any
 
 }  // namespace
 
@@ -31,7 +31,7 @@ FloodPaper::FloodPaper(drawwork::Canvas& target, const DeviceSpace& space) : m_t
                                       space.to_canvas.apply({space.bounds.right(), space.bounds.bottom()})};
     const RectD box = bounds_of(corners);
     double scale = dynamic_cast<drawwork::PixelCanvas*>(&target) != nullptr ? 1 : kFiner;
-    scale = std::min({scale, std::sqrt(kMostPixels / std::max(box.width * box.height, 1.0)),
+    scale = std::min({scale, std::sqrt(kMostPaperPixels / std::max(box.width * box.height, 1.0)),
                       kLongestPaper / std::max({box.width, box.height, 1.0})});
     m_to_paper = Affine::scaling(scale, scale);
     const auto first = [&](double side) { return static_cast<int32_t>(std::floor(std::clamp(side, -1e6, 1e6))); };

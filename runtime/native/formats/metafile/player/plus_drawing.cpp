@@ -20,7 +20,6 @@ namespace zelmor::embed::metafile {
 
 namespace {
 
-constexpr size_t kMostSaved = 4096;
 constexpr int64_t kDisplay = 1, kPixel = 2;
 // The gap before and behind text, in parts of the size of its font, where the format does not say it.
 constexpr double kUsualMargin = 1.0 / 6;
@@ -337,7 +336,7 @@ void PlusPlayer::move_clip(PointD by) {
 }
 
 void PlusPlayer::save(int64_t index) {
-    if (m_saved.size() < kMostSaved) {
+    if (m_saved.size() < kMostSavedStates) {
         m_saved.emplace_back(index, state);
     }
 }

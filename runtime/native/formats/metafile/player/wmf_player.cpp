@@ -68,14 +68,6 @@ const Object* object_at(const Device& device, int64_t index) {
     return std::get_if<Object>(&device.object(index));
 }
 
-// ---- State
-
-void scale(PointD& extent, Played record) {
-    const double x = number_in(record, "XDenom"), y = number_in(record, "YDenom");
-    extent.x *= x != 0 ? number_in(record, "XNum") / x : 1;
-    extent.y *= y != 0 ? number_in(record, "YNum") / y : 1;
-}
-
 // ---- Shapes
 
 PointD pair_in(Played record, const char* x, const char* y) {
@@ -241,8 +233,8 @@ const std::unordered_map<std::string_view, WmfHandler>& wmf_handlers() {
          [](WmfPlayer& p, Played r) {
              p.device().state.viewport_origin = p.device().state.viewport_origin + point_in(r, "Point");
          }},
-        {"WmfScaleWindowExt", [](WmfPlayer& p, Played r) { scale(p.device().state.window_extent, r); }},
-        {"WmfScaleViewportExt", [](WmfPlayer& p, Played r) { scale(p.device().state.viewport_extent, r); }},
+        {"WmfScaleWindowExt", [](WmfPlayer& p, Played r) { scale_extent(p.device().state.window_extent, r); }},
+        {"WmfScaleViewportExt", [](WmfPlayer& p, Played r) { scale_extent(p.device().state.viewport_extent, r); }},
         {"WmfSetLayout",
          [](WmfPlayer& p, Played r) { p.device().state.mirrored = (whole_in(r, "LayoutMode") & 1) != 0; }},
         {"WmfSetBkColor", [](WmfPlayer& p, Played r) { p.device().state.background = color_in(r, "Argb32ColorRef"); }},
