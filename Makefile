@@ -28,7 +28,8 @@
 #   make growth   use every member repeatedly and report where Python's memory grows (slow; select classes by parts of
 #                 their names with CLASSES="Bmp Tiff")
 #   make mutants  change the sources in one place at a time and list the changes that no test notices (slow;
-#                 COUNT=20 SEED=1 MINUTES=60 PATHS="convert streams" LIST=1; see build/mutants/survivors.txt)
+#                 COUNT=20 SEED=1 MINUTES=60 PATHS="convert streams" LIST=1 THOROUGH=1; see
+#                 build/mutants/survivors.txt)
 #   make scale    measure generation, compilation and size for a synthetic catalogue of the size of the whole API
 #   make identifiers
 #                 complete the tables of type identifiers
@@ -207,6 +208,7 @@ growth: setup-test everything
 mutants: COUNT ?= 20
 mutants: setup-test
 	@$(PYTHON) -B -m tools.mutants --build $(BUILD) --jobs $(JOBS) --count $(COUNT) --seed $(SEED) $(if $(LIST),--list) \
+	    $(if $(THOROUGH),--thorough) \
 	    $(if $(MINUTES),--minutes $(MINUTES)) \
 	    --launcher "$(if $(wildcard /usr/bin/ccache),$(CACHE))" $(PATHS)
 

@@ -111,11 +111,13 @@ def main() -> int:
     parser.add_argument("--build", type=Path, default=Path("build"), help="build tree")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="sources at a time")
     parser.add_argument("--deep", action="store_true", help="let the analyzer follow calls")
+    parser.add_argument("--product", action="store_true", help="leave the tests out")
     parser.add_argument("sources", nargs="*", type=Path, help="only these sources")
     arguments = parser.parse_args()
     build = arguments.build.resolve()
 
-    tracked = {TOP / name for name in output("git", "ls-files", "-z", "--", "*.cpp").split("\0") if name}
+    tracked = {TOP / name for name in output("git", "ls-files", "-z", "--", "*.cpp").split("\0")
+               if name and not (arguments.product and name.startswith("tests/"))}
     wanted = tracked & ({path.resolve() for path in arguments.sources} or tracked)
     dependencies = read_dependencies(build)
     hashes = Hashes()

@@ -203,6 +203,24 @@ def test_a_test_that_the_map_does_not_name_is_asked_about_survivors(
     assert "(tests/python/test_b.py::test_deep, which the map does not name, " in told[1]
 
 
+def test_survivors_are_tried_by_all_other_tests_that_reach_them(
+        tree: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    trial = make_trial(tree, "deep", "lost")
+    failing = "tests/python/test_c.py"
+    works = trial.workshop.commands
+    trial.workshop.commands = replace(works, test=lambda place, names: (
+        program("import sys; sys.exit('broken')") if failing in names else works.test(place, names)))
+    trial.others = [failing, *TESTS]
+    assert try_all(trial, tree.parent / "out" / "survivors.txt") == 0
+    lines = capsys.readouterr().out.splitlines()
+    assert f"{failing} fails without any change and is left out" in lines
+    assert set(trial.reached) == set(TESTS)
+    told = [line for line in lines if line.startswith("[1/2]")]
+    assert [line.split("]")[1].split(":")[0] for line in told] == [" SURVIVED", " noticed"]
+    assert "(tests/python/test_b.py::test_deep, which the map does not name, " in told[1]
+    assert [line.split("]")[1].split(":")[0] for line in lines if line.startswith("[2/2]")] == [" SURVIVED"]
+
+
 def test_no_change_is_begun_when_the_time_is_over(tree: Path, capsys: pytest.CaptureFixture[str]) -> None:
     assert try_all(make_trial(tree, "seen", "lost"), tree.parent / "out" / "survivors.txt", seconds=0) == 0
     lines = capsys.readouterr().out.splitlines()

@@ -8,7 +8,7 @@ import sys
 from pathlib import Path
 
 from .equivalents import read_equivalents
-from .reach import BadTable, read_table, reaching
+from .reach import BadTable, read_table, reaching, tests_in_python
 from .sample import PARTS, draw
 from .trial import Trial, try_all
 from .workshop import Occupied, Workshop, project_commands
@@ -24,6 +24,7 @@ def main() -> int:
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1)
     parser.add_argument("--launcher", default="", help="stands before the compiler, words separated by semicolons")
     parser.add_argument("--minutes", type=float, default=float("inf"), help="no change is begun after this time")
+    parser.add_argument("--thorough", action="store_true", help="try survivors by every test that reaches them")
     parser.add_argument("--list", action="store_true", help="show the changes, and do nothing")
     parser.add_argument("paths", nargs="*", help="files and folders to change; without any, all of the product's")
     arguments = parser.parse_args()
@@ -57,7 +58,8 @@ def main() -> int:
         return 0
 
     with held:
-        trial = Trial(workshop, table, changes, read_equivalents(), arguments.jobs)
+        others = tests_in_python(root) if arguments.thorough else []
+        trial = Trial(workshop, table, changes, read_equivalents(), arguments.jobs, others)
         return try_all(trial, folder / "survivors.txt", seconds=60 * arguments.minutes)
 
 

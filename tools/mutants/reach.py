@@ -45,3 +45,8 @@ def reaching(path: str, table: list[Reach]) -> tuple[str, ...]:
     if not fitting:
         raise BadTable(f"no tests are named for {path}")
     return max(fitting, key=lambda reach: len(reach.beginning)).tests
+
+
+def tests_in_python(root: Path) -> list[str]:
+    """All files of tests in Python."""
+    return sorted(file.relative_to(root).as_posix() for file in (root / PYTHON_TESTS).rglob("test_*.py"))

@@ -75,13 +75,14 @@ def _runs(names: Sequence[str]) -> list[list[str]]:
 
 class Trial:
     """A workshop, the map of the tests, and the changes by their numbers, which begin with one. So many tests run at a
-    time as there are jobs."""
+    time as there are jobs. `others` are tests in Python that survivors are tried by wherever they reach them."""
 
     def __init__(self, workshop: Workshop, table: list[Reach], changes: Sequence[Change],
-                 equivalents: Equivalents, jobs: int = 1) -> None:
+                 equivalents: Equivalents, jobs: int = 1, others: Sequence[str] = ()) -> None:
         self.workshop = workshop
         self.jobs = jobs
         self.table = table
+        self.others = others
         self.changes = dict(enumerate(changes, 1))
         self.equivalents = equivalents
         self.sources = {path: (workshop.copy / path).read_text()
@@ -111,15 +112,28 @@ class Trial:
         yield (f"built with {len(self.changes) - len(self.alone) - len(self.no_program)} changes in it, "
                f"{time.monotonic() - begun:.0f} s; {len(self.no_program)} do not compile, "
                f"{len(self.alone)} need builds of their own")
+        for name, run in self._run_all_unchanged(wanted, slack):
+            if run.code != 0:
+                raise UnchangedFails(f"{name} fails without any change:\n{_tail(run)}")
+            yield f"{name} passes, {run.seconds:.0f} s, {len(self.reached[name])} changes reached"
+
+    def look_at_others(self, slack: float = 60.0) -> Iterator[str]:
+        """Finds out which changes the other tests reach. One that fails without any change is left out; yields a line
+        for each of these."""
+        for name, run in self._run_all_unchanged([name for name in self.others if name not in self.reached], slack):
+            if run.code != 0:
+                del self.reached[name]
+                yield f"{name} fails without any change and is left out"
+
+    def _run_all_unchanged(self, names: Sequence[str], slack: float) -> Iterator[tuple[str, Run]]:
+        first = len(self.reached)
         with ThreadPoolExecutor(self.jobs) as pool:
-            runs = [(name, pool.submit(self._run_unchanged, place, name)) for place, name in enumerate(wanted)]
+            runs = [(name, pool.submit(self._run_unchanged, place, name)) for place, name in enumerate(names, first)]
             try:
                 for name, future in runs:
                     run, self.reached[name] = future.result()
-                    if run.code != 0:
-                        raise UnchangedFails(f"{name} fails without any change:\n{_tail(run)}")
                     self.limits[name] = 5 * run.seconds + slack
-                    yield f"{name} passes, {run.seconds:.0f} s, {len(self.reached[name])} changes reached"
+                    yield name, run
             finally:
                 pool.shutdown(cancel_futures=True)
 
@@ -154,10 +168,11 @@ class Trial:
         return replace(verdict, seconds=time.monotonic() - begun)
 
     def judge_by_others(self, number: int) -> Verdict:
-        """Tries a change by the tests that reach it and are not named for its source."""
+        """Tries a change by the tests that reach it and are not named for its source, the quickest first."""
         change = self.changes[number]
-        names = [name for name in self.reached
-                 if number in self.reached[name] and name not in reaching(change.path, self.table)]
+        names = sorted((name for name in self.reached
+                        if number in self.reached[name] and name not in reaching(change.path, self.table)),
+                       key=self.limits.__getitem__)
         return self._test(change, names, {"ZELMOR_MUTANT": str(number)})
 
     def _test(self, change: Change, names: Sequence[str], environment: Mapping[str, str]) -> Verdict:
@@ -296,6 +311,9 @@ def try_all(trial: Trial, survivors: Path, slack: float = 60.0, seconds: float =
     for number, verdict in judge_all(trial.judge, [n for n in trial.changes if n not in trial.alone], trial.jobs):
         tell(number, verdict)
     lost = [number for number, verdict in verdicts.items() if verdict.outcome is Outcome.SURVIVED]
+    if lost and time.monotonic() < end:
+        for line in trial.look_at_others(slack):
+            print(line, flush=True)
     for number, again in judge_all(trial.judge_by_others, lost, trial.jobs):
         if again.outcome is not Outcome.SURVIVED:
             tell(number, replace(again, by=f"{again.by}, which the map does not name"))

@@ -147,12 +147,11 @@ PyModuleDef root_definition = {
     PyModuleDef_HEAD_INIT, "zelmor.imaging", nullptr, -1, nullptr, nullptr, nullptr, nullptr, nullptr};
 
 void build_modules() {
-    PyObject* root = zelmor::create_module(&root_definition);
-    require(root != nullptr, "root module");
-    const PyRef wrappers = PyRef::steal(wrpPye_mlit_FFFFFFFF_common_wrappers(root));
+    const PyRef root = PyRef::steal(zelmor::create_module(&root_definition));
+    require(static_cast<bool>(root), "root module");
+    const PyRef wrappers = PyRef::steal(wrpPye_mlit_FFFFFFFF_common_wrappers(root.get()));
     require(static_cast<bool>(wrappers), "internal modules");
-    PyDict_SetItemString(PyImport_GetModuleDict(), "zelmor_test_root", root);
-    Py_DECREF(root);
+    PyDict_SetItemString(PyImport_GetModuleDict(), "zelmor_test_root", root.get());
     static PyTypeObject* const implemented[] = {
         &wrpPye_tyds_FFFFFFFF_IDisposableWrapper, &wrpPye_tyds_FFFFFFFF_IterWrapper,
         &wrpPye_tyds_FFFFFFFF_IterableWrapper, &wrpPye_tyds_FFFFFFFF_IColWrapper, &wrpPye_tyds_FFFFFFFF_IListWrapper};
