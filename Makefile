@@ -76,8 +76,8 @@ build: configure
 .PHONY: configure product everything
 CONFIGURE = cmake -S . -B $(BUILD) -G Ninja $(LAUNCHER) $(CMAKE_OPTIONS)
 configure: setup-build
-	@{ test -f $(BUILD)/build.ninja && ! grep -qs '^ZELMOR_BRIDGE_ALONE:BOOL=ON' $(BUILD)/CMakeCache.txt; } || \
-	    $(CONFIGURE) -DZELMOR_BRIDGE_ALONE=OFF
+	@{ test -f $(BUILD)/build.ninja && ! grep -qs '^ZELMOR_LIBRARIES_LATER:BOOL=ON' $(BUILD)/CMakeCache.txt; } || \
+	    $(CONFIGURE) -DZELMOR_LIBRARIES_LATER=OFF
 product: configure
 	@$(COMPILE) product
 everything: configure
@@ -93,24 +93,24 @@ harvest:
 	@$(if $(ASSEMBLY),,echo "name an interop assembly: make harvest ASSEMBLY=path" >&2; exit 2)
 	@$(PYTHON) -B -m tools.harvest $(if $(CHECK),--check) $(if $(CATALOGUE),--catalogue "$(CATALOGUE)") "$(ASSEMBLY)"
 
-# The first build on a machine: what needs no library is compiled while libraries and photographs are being installed.
-.PHONY: bridge-meanwhile
+# The first build on a machine: what needs no picture library is compiled while these and photographs are being installed.
+.PHONY: compile-meanwhile
 demo: WITH_LIBRARIES := demo
-bridge-meanwhile: setup-compile
+compile-meanwhile: setup-compile
 	@test -f $(BUILD)/build.ninja || tools/setup.sh -c build $(WITH_LIBRARIES) || { \
 	    tools/setup.sh build $(WITH_LIBRARIES) & installing=$$!; \
-	    $(CONFIGURE) -DZELMOR_BRIDGE_ALONE=ON >/dev/null && { $(COMPILE) product; }; built=$$?; \
+	    $(CONFIGURE) -DZELMOR_LIBRARIES_LATER=ON >/dev/null && { $(COMPILE) without-libraries; }; built=$$?; \
 	    wait $$installing && exit $$built; }
 
 # RUNTIME=dotnet runs the same programs on .NET.
-demo: bridge-meanwhile setup-demo $(if $(filter dotnet,$(RUNTIME)),dotnet,product)
+demo: compile-meanwhile setup-demo $(if $(filter dotnet,$(RUNTIME)),dotnet,product)
 	@$(ON_RUNTIME) $(RUN) examples/photo_tour.py --out $(BUILD)/demo $(IN)
 	@$(ON_RUNTIME) $(RUN) examples/contact_sheet.py $(BUILD)/demo
 	@$(ON_RUNTIME) $(RUN) examples/next_steps.py $(BUILD) $(BUILD)/demo
 
 # The programs that only tests use are installed while everything is compiled.
 .PHONY: everything-meanwhile
-everything-meanwhile: bridge-meanwhile
+everything-meanwhile: compile-meanwhile
 	@tools/setup.sh -q $(PURPOSES_test) & installing=$$!; \
 	$(MAKE) --no-print-directory everything; built=$$?; wait $$installing && exit $$built
 

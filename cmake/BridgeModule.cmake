@@ -37,6 +37,7 @@ function(zelmor_add_bridge_module target)
     target_link_options(${target} PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/bridge_module.map -Wl,-z,now
                         -Wl,-z,pack-relative-relocs -Wl,--gc-sections -s)
     add_dependencies(product ${target})
+    add_dependencies(without-libraries ${target})
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/bridge_module.map)
     set_target_properties(${target} PROPERTIES PREFIX "" SUFFIX ${ZELMOR_EXTENSION_SUFFIX} OUTPUT_NAME ${ARG_OUTPUT}
                                                LIBRARY_OUTPUT_DIRECTORY ${ARG_DIRECTORY})
