@@ -16,12 +16,13 @@ function(zelmor_optimize_quickly target)
     endif()
 endfunction()
 
-# zelmor_optimize_quickly_in(<target> FOLDERS <folder>... EXCEPT <name>...): the sources of the target that lie below
-# the folders (of this directory, or of the same names among generated ones), but for those of the names, without .cpp.
-# They become objects of a library of their own, <target>_plain, since sources that are compiled together have one set
-# of options. To be called when the target has all of its sources.
+# zelmor_optimize_quickly_in(<target> FOLDERS <folder>... EXCEPT <name>... [ACROSS <folder>...]): the sources of the
+# target that lie below the folders (of this directory, or of the same names among generated ones), but for those of the
+# names, without .cpp. They become objects of a library of their own, <target>_plain, since sources that are compiled
+# together have one set of options; across the folders below those of ACROSS, too. To be called when the target has all
+# of its sources.
 function(zelmor_optimize_quickly_in target)
-    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "FOLDERS;EXCEPT")
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "FOLDERS;EXCEPT;ACROSS")
     list(JOIN ARG_FOLDERS "|" folders)
     get_target_property(sources ${target} SOURCES)
     get_target_property(directory ${target} SOURCE_DIR)
@@ -57,6 +58,9 @@ function(zelmor_optimize_quickly_in target)
         target_include_directories(${target}_${part} PRIVATE ${CMAKE_BINARY_DIR})
     endforeach()
     zelmor_optimize_quickly(${target}_plain)
+    cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE place)
+    list(TRANSFORM ARG_ACROSS PREPEND "${place}/")
+    set_target_properties(${target}_plain PROPERTIES ZELMOR_ACROSS "${ARG_ACROSS}")
     zelmor_compile_together(${target}_plain)
     get_target_property(type ${target} TYPE)
     set(scope PRIVATE)

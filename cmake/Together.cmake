@@ -3,6 +3,8 @@
 # read the precompiled header alone takes a third of a second. The names in their unnamed namespaces have to differ
 # within a folder; the compiler says so where they do not. ZELMOR_TOGETHER=OFF compiles each source alone, which shows
 # whether each includes every header that it needs.
+#
+# The folders below those of a target's property ZELMOR_ACROSS count as one folder: they have few sources for the target.
 option(ZELMOR_TOGETHER "Compile the sources of a folder together" ON)
 
 function(zelmor_compile_together)
@@ -18,6 +20,10 @@ endfunction()
 function(zelmor_group_sources target)
     get_target_property(sources ${target} SOURCES)
     get_target_property(directory ${target} SOURCE_DIR)
+    get_target_property(across ${target} ZELMOR_ACROSS)
+    if(NOT across)
+        set(across)
+    endif()
     foreach(source IN LISTS sources)
         if(source MATCHES "\\.cpp$")
             cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${directory})
@@ -28,6 +34,9 @@ function(zelmor_group_sources target)
                 set(top ${CMAKE_BINARY_DIR})  # so that names of groups do not hang on its place
             endif()
             cmake_path(RELATIVE_PATH folder BASE_DIRECTORY ${top})
+            foreach(above IN LISTS across)
+                string(REGEX REPLACE "^(${above})/.*" "\\1" folder "${folder}")
+            endforeach()
             string(MAKE_C_IDENTIFIER "${folder}" folder)
             math(EXPR number "0${count_${folder}} / 32")
             math(EXPR count_${folder} "0${count_${folder}} + 1")

@@ -13,7 +13,7 @@
 namespace zelmor::imagework {
 namespace {
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+SharedFrames open_bmp(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
     return open_bmp(source, options);
 }
 
@@ -27,7 +27,7 @@ void write(const VipsPicture& picture, std::vector<Argb> palette, const BmpEncod
     });
 }
 
-void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+void encode_bmp(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& wanted = encoding.format.get<BmpEncoding>();
     check_bmp_encoding(wanted);
     BmpEncoding bmp = wanted;
@@ -74,8 +74,8 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
 extern const FormatCodec kBmpCodec;
 const FormatCodec kBmpCodec{
     .format = Format::kBmp,
-    .open = &open,
-    .encode = &encode,
+    .open = &open_bmp,
+    .encode = &encode_bmp,
 };
 
 }  // namespace zelmor::imagework

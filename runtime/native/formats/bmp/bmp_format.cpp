@@ -124,7 +124,7 @@ std::unique_ptr<PictureEnd> bmp_end(const FileFacts& facts) {
     return std::make_unique<BmpEnd>(facts);
 }
 
-constexpr const char* kExtensions[] = {"bmp", "dib"};
+constexpr const char* kBmpExtensions[] = {"bmp", "dib"};
 
 }  // namespace
 
@@ -132,7 +132,7 @@ extern const FormatRoom kBmpRoom;
 const FormatRoom kBmpRoom{
     .format = Format::kBmp,
     .name = "BMP",
-    .extensions = kExtensions,
+    .extensions = kBmpExtensions,
     .begins = &begins_bmp,
     .probe = &probe_bmp,
     .end = &bmp_end,

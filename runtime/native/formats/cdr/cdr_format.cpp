@@ -19,7 +19,7 @@ void probe_cdr(const ByteReader&, FileFacts& facts) {
     facts.has_alpha = true;
 }
 
-constexpr const char* kExtensions[] = {"cdr"};
+constexpr const char* kCdrExtensions[] = {"cdr"};
 
 }  // namespace
 
@@ -27,7 +27,7 @@ extern const FormatRoom kCdrRoom;
 const FormatRoom kCdrRoom{
     .format = Format::kCdr,
     .name = "CDR",
-    .extensions = kExtensions,
+    .extensions = kCdrExtensions,
     .begins = &begins_cdr,
     .probe = &probe_cdr,
 };

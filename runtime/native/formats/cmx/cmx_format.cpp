@@ -15,7 +15,7 @@ void probe_cmx(const ByteReader&, FileFacts& facts) {
     facts.has_alpha = true;
 }
 
-constexpr const char* kExtensions[] = {"cmx"};
+constexpr const char* kCmxExtensions[] = {"cmx"};
 
 }  // namespace
 
@@ -23,7 +23,7 @@ extern const FormatRoom kCmxRoom;
 const FormatRoom kCmxRoom{
     .format = Format::kCmx,
     .name = "CMX",
-    .extensions = kExtensions,
+    .extensions = kCmxExtensions,
     .begins = &begins_cmx,
     .probe = &probe_cmx,
 };

@@ -30,7 +30,7 @@ SharedFrames open_jpeg2000_frame(const SharedSource& frame, const DecodeOptions&
     return jpeg2000_codec().open(frame, {}, options);
 }
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+SharedFrames open_dicom(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
     return open_dicom(source, options, {&open_jpeg2000_frame});
 }
 
@@ -250,13 +250,13 @@ std::vector<uint8_t> file_of(std::span<VipsPicture* const> pictures, std::span<c
     return dicom_file(*form, frames, std::move(elements));
 }
 
-void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+void encode_dicom(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     VipsPicture* const pictures[] = {&picture};
     const Encoding* const encodings[] = {&encoding};
     out.write_whole(to_encoded(file_of(pictures, encodings)));
 }
 
-void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
+void encode_dicom_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     std::vector<std::unique_ptr<Picture>> own;
     std::vector<VipsPicture*> pictures;
     std::vector<const Encoding*> encodings;
@@ -275,10 +275,10 @@ void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
 extern const FormatCodec kDicomCodec;
 const FormatCodec kDicomCodec{
     .format = Format::kDicom,
-    .open = &open,
+    .open = &open_dicom,
     .longest_side = 65535,
-    .encode = &encode,
-    .encode_frames = &encode_frames,
+    .encode = &encode_dicom,
+    .encode_frames = &encode_dicom_frames,
     .has_one_size = false,
 };
 

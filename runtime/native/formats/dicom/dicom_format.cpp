@@ -53,7 +53,7 @@ void probe_dicom(const ByteReader& in, FileFacts& facts) {
     take_facts(in, *header, facts);
 }
 
-constexpr const char* kExtensions[] = {"dcm", "dicom"};
+constexpr const char* kDicomExtensions[] = {"dcm", "dicom"};
 
 }  // namespace
 
@@ -79,7 +79,7 @@ extern const FormatRoom kDicomRoom;
 const FormatRoom kDicomRoom{
     .format = Format::kDicom,
     .name = "DICOM",
-    .extensions = kExtensions,
+    .extensions = kDicomExtensions,
     .begins = &begins_dicom,
     .probe = &probe_dicom,
     .default_settings = &default_settings_of<DicomEncoding>,

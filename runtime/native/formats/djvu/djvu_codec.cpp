@@ -5,7 +5,7 @@
 namespace zelmor::imagework {
 namespace {
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+SharedFrames open_djvu(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
     return open_djvu(source, options.recovery, options.memory);
 }
 
@@ -14,7 +14,7 @@ SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOpti
 extern const FormatCodec kDjvuCodec;
 const FormatCodec kDjvuCodec{
     .format = Format::kDjvu,
-    .open = &open,
+    .open = &open_djvu,
 };
 
 }  // namespace zelmor::imagework

@@ -6,7 +6,7 @@
 namespace zelmor::imagework {
 namespace {
 
-void probe_room(const ByteReader& file, FileFacts& facts) {
+void probe_djvu_room(const ByteReader& file, FileFacts& facts) {
     facts = probe_djvu(file).facts;
     facts.format = Format::kDjvu;
 }
@@ -38,7 +38,7 @@ std::unique_ptr<PictureEnd> djvu_end(const FileFacts& facts) {
     return std::make_unique<DjvuEnd>(facts);
 }
 
-constexpr const char* kExtensions[] = {"djvu", "djv"};
+constexpr const char* kDjvuExtensions[] = {"djvu", "djv"};
 
 }  // namespace
 
@@ -46,9 +46,9 @@ extern const FormatRoom kDjvuRoom;
 const FormatRoom kDjvuRoom{
     .format = Format::kDjvu,
     .name = "DjVu",
-    .extensions = kExtensions,
+    .extensions = kDjvuExtensions,
     .begins = &is_djvu,
-    .probe = &probe_room,
+    .probe = &probe_djvu_room,
     .end = &djvu_end,
 };
 

@@ -6,7 +6,7 @@
 namespace zelmor::imagework {
 namespace {
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+SharedFrames open_dng(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
     return open_dng(source, options);
 }
 
@@ -15,7 +15,7 @@ SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOpti
 extern const FormatCodec kDngCodec;
 const FormatCodec kDngCodec{
     .format = Format::kDng,
-    .open = &open,
+    .open = &open_dng,
 };
 
 }  // namespace zelmor::imagework

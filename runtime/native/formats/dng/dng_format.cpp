@@ -48,7 +48,7 @@ void probe_dng(const ByteReader& file, FileFacts& facts) {
     facts.readable = found.obstacle.empty();
 }
 
-constexpr const char* kExtensions[] = {"dng"};
+constexpr const char* kDngExtensions[] = {"dng"};
 
 }  // namespace
 
@@ -56,7 +56,7 @@ extern const FormatRoom kDngRoom;
 const FormatRoom kDngRoom{
     .format = Format::kDng,
     .name = "DNG",
-    .extensions = kExtensions,
+    .extensions = kDngExtensions,
     .begins = &begins_dng,
     .probe = &probe_dng,
     .end = &tiff_end,

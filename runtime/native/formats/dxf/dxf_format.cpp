@@ -35,7 +35,7 @@ bool begins_dxf(const ByteReader& in) {
     return code == "0" && next_line(text) == "SECTION";
 }
 
-constexpr const char* kExtensions[] = {"dxf"};
+constexpr const char* kDxfExtensions[] = {"dxf"};
 
 }  // namespace
 
@@ -43,7 +43,7 @@ extern const FormatRoom kDxfRoom;
 const FormatRoom kDxfRoom{
     .format = Format::kDxf,
     .name = "DXF",
-    .extensions = kExtensions,
+    .extensions = kDxfExtensions,
     .begins = &begins_dxf,
 };
 

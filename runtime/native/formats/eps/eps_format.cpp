@@ -24,7 +24,7 @@ void probe_eps(const ByteReader& in, FileFacts& facts) {
     facts.has_alpha = true;
 }
 
-constexpr const char* kExtensions[] = {"eps", "ps"};
+constexpr const char* kEpsExtensions[] = {"eps", "ps"};
 
 }  // namespace
 
@@ -32,7 +32,7 @@ extern const FormatRoom kEpsRoom;
 const FormatRoom kEpsRoom{
     .format = Format::kEps,
     .name = "EPS",
-    .extensions = kExtensions,
+    .extensions = kEpsExtensions,
     .begins = &begins_eps,
     .probe = &probe_eps,
 };

@@ -7,7 +7,7 @@
 namespace zelmor::imagework {
 namespace {
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+SharedFrames open_gif(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
     return open_gif(source, options.recovery != Recovery::kNone, options.memory);
 }
 
@@ -16,7 +16,7 @@ SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOpti
 extern const FormatCodec kGifCodec;
 const FormatCodec kGifCodec{
     .format = Format::kGif,
-    .open = &open,
+    .open = &open_gif,
     .control_tells_transparency = true,
     .longest_side = 65535,
     .is_indexed = true,

@@ -132,7 +132,7 @@ std::unique_ptr<PictureEnd> gif_end(const FileFacts& facts) {
     return std::make_unique<GifEnd>(facts);
 }
 
-constexpr const char* kExtensions[] = {"gif"};
+constexpr const char* kGifExtensions[] = {"gif"};
 
 }  // namespace
 
@@ -140,7 +140,7 @@ extern const FormatRoom kGifRoom;
 const FormatRoom kGifRoom{
     .format = Format::kGif,
     .name = "GIF",
-    .extensions = kExtensions,
+    .extensions = kGifExtensions,
     .begins = &begins_gif,
     .probe = &probe_gif,
     .end = &gif_end,

@@ -7,10 +7,10 @@
 namespace zelmor::imagework {
 namespace {
 
-constexpr size_t kMost = 4096;
+constexpr size_t kMostHtml5Canvas = 4096;
 
 bool begins_html5canvas(const ByteReader& in) {
-    std::string text = text_head(in, kMost, "<");
+    std::string text = text_head(in, kMostHtml5Canvas, "<");
     for (char& c : text) {
         c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
     }
@@ -18,7 +18,7 @@ bool begins_html5canvas(const ByteReader& in) {
            text.find("<canvas") != std::string::npos;
 }
 
-constexpr const char* kExtensions[] = {"htm", "html"};
+constexpr const char* kHtml5CanvasExtensions[] = {"htm", "html"};
 
 }  // namespace
 
@@ -26,7 +26,7 @@ extern const FormatRoom kHtml5CanvasRoom;
 const FormatRoom kHtml5CanvasRoom{
     .format = Format::kHtml5Canvas,
     .name = "HTML5 canvas",
-    .extensions = kExtensions,
+    .extensions = kHtml5CanvasExtensions,
     .begins = &begins_html5canvas,
 };
 

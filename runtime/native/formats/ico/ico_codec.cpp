@@ -14,7 +14,7 @@
 namespace zelmor::imagework {
 namespace {
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+SharedFrames open_ico(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
     return open_ico(source, options);
 }
 
@@ -72,7 +72,7 @@ void write_entry(IcoWriter& icons, VipsPicture& picture, const Encoding& encodin
     rows->finish();
 }
 
-void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
+void encode_ico_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     std::vector<uint8_t> file;
     IcoWriter icons(frames[0].encoding->format.get<IcoEncoding>().kind, file);
     for (const FrameToWrite& frame : frames) {
@@ -85,7 +85,7 @@ void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     out.write_whole(to_encoded(std::move(file)));
 }
 
-void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+void encode_ico(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     std::vector<uint8_t> file;
     IcoWriter icons(encoding.format.get<IcoEncoding>().kind, file);
     write_entry(icons, picture, encoding);
@@ -98,10 +98,10 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
 extern const FormatCodec kIcoCodec;
 const FormatCodec kIcoCodec{
     .format = Format::kIco,
-    .open = &open,
+    .open = &open_ico,
     .longest_side = 256,
-    .encode = &encode,
-    .encode_frames = &encode_frames,
+    .encode = &encode_ico,
+    .encode_frames = &encode_ico_frames,
     .has_one_size = false,
 };
 

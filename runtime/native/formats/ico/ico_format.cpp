@@ -60,7 +60,7 @@ std::unique_ptr<PictureEnd> ico_end(const FileFacts& facts) {
     return std::make_unique<IcoEnd>(facts);
 }
 
-constexpr const char* kExtensions[] = {"ico", "cur"};
+constexpr const char* kIcoExtensions[] = {"ico", "cur"};
 
 }  // namespace
 
@@ -68,7 +68,7 @@ extern const FormatRoom kIcoRoom;
 const FormatRoom kIcoRoom{
     .format = Format::kIco,
     .name = "ICO",
-    .extensions = kExtensions,
+    .extensions = kIcoExtensions,
     .begins = &is_ico,
     .probe = &probe_ico,
     .end = &ico_end,

@@ -16,7 +16,7 @@ const FormatCodec& jpeg_ls() {
     return companion_codec("jpegls", "JPEG-LS");
 }
 
-SharedFrames open(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options) {
+SharedFrames open_jpeg(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options) {
     if (const auto* jpeg = settings_as<JpegEncoding>(facts); jpeg != nullptr && jpeg->is_ls) {
         return jpeg_ls().open(source, facts, options);
     } else if (jpeg != nullptr && (jpeg->is_lossless || jpeg->bits != 8)) {
@@ -50,7 +50,7 @@ ColorModel model_of(const JpegEncoding& jpeg, const VipsPicture& picture, const 
     return picture.is_gray() ? ColorModel::kGray : ColorModel::kRgb;
 }
 
-void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+void encode_jpeg(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& jpeg = encoding.format.get<JpegEncoding>();
     picture.lose_alpha(encoding);
     if (jpeg.is_ls) {
@@ -79,9 +79,9 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
 extern const FormatCodec kJpegCodec;
 const FormatCodec kJpegCodec{
     .format = Format::kJpeg,
-    .open = &open,
+    .open = &open_jpeg,
     .longest_side = 65535,
-    .encode = &encode,
+    .encode = &encode_jpeg,
 };
 
 }  // namespace zelmor::imagework

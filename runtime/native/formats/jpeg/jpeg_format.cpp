@@ -253,7 +253,7 @@ std::unique_ptr<PictureEnd> jpeg_end(const FileFacts& facts) {
     return std::make_unique<JpegEnd>(facts);
 }
 
-constexpr const char* kExtensions[] = {"jpg", "jpeg", "jpe", "jfif"};
+constexpr const char* kJpegExtensions[] = {"jpg", "jpeg", "jpe", "jfif"};
 
 }  // namespace
 
@@ -261,7 +261,7 @@ extern const FormatRoom kJpegRoom;
 const FormatRoom kJpegRoom{
     .format = Format::kJpeg,
     .name = "JPEG",
-    .extensions = kExtensions,
+    .extensions = kJpegExtensions,
     .begins = &begins_jpeg,
     .probe = &probe_jpeg,
     .end = &jpeg_end,

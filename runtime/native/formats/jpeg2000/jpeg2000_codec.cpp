@@ -9,7 +9,7 @@
 namespace zelmor::imagework {
 namespace {
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+SharedFrames open_jpeg2000(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
     return open_jpeg2000(source, {options.recovery, options.memory, options.most_time, options.most_time_of_part});
 }
 
@@ -65,7 +65,7 @@ std::unique_ptr<RowWriter> make_writer(const RowsHeader& header, const FormatEnc
 extern const FormatCodec kJpeg2000Codec;
 const FormatCodec kJpeg2000Codec{
     .format = Format::kJpeg2000,
-    .open = &open,
+    .open = &open_jpeg2000,
     .wanted = &wanted,
     .make_writer = &make_writer,
 };

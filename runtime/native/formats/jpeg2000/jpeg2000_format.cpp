@@ -7,11 +7,11 @@
 namespace zelmor::imagework {
 namespace {
 
-void probe_room(const ByteReader& file, FileFacts& facts) {
+void probe_jpeg2000_room(const ByteReader& file, FileFacts& facts) {
     facts = probe_jpeg2000(file).facts;
 }
 
-constexpr const char* kExtensions[] = {"j2c", "j2k", "jp2", "jpc", "jpf", "jpx"};
+constexpr const char* kJpeg2000Extensions[] = {"j2c", "j2k", "jp2", "jpc", "jpf", "jpx"};
 
 }  // namespace
 
@@ -19,9 +19,9 @@ extern const FormatRoom kJpeg2000Room;
 const FormatRoom kJpeg2000Room{
     .format = Format::kJpeg2000,
     .name = "JPEG 2000",
-    .extensions = kExtensions,
+    .extensions = kJpeg2000Extensions,
     .begins = &is_jpeg2000,
-    .probe = &probe_room,
+    .probe = &probe_jpeg2000_room,
     .default_settings = &default_settings_of<Jpeg2000Encoding>,
 };
 

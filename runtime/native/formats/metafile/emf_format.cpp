@@ -24,7 +24,7 @@ bool begins_emf(const ByteReader& in) {
     return is_emf(in) || is_emf(ByteReader(unpacked(in)));
 }
 
-Variant variant_of(const ByteReader& in) {
+Variant metafile_variant_of(const ByteReader& in) {
     return is_emf(in) ? Variant::kUsual : Variant::kEmz;
 }
 
@@ -49,7 +49,7 @@ void probe_header(const ByteReader& in, FileFacts& facts) {
 }
 
 void probe_emf(const ByteReader& file, FileFacts& facts) {
-    facts.variant = variant_of(file);
+    facts.variant = metafile_variant_of(file);
     if (is_emf(file)) {
         probe_header(file.in_order(false), facts);
         return;

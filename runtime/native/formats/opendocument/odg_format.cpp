@@ -10,10 +10,10 @@ namespace zelmor::imagework {
 namespace {
 
 constexpr std::string_view kType = "application/vnd.oasis.opendocument.graphics";
-constexpr size_t kMost = 4096;
+constexpr size_t kMostOpenDocument = 4096;
 
 bool is_flat(const ByteReader& in) {
-    const std::string text = text_head(in, kMost, "<");
+    const std::string text = text_head(in, kMostOpenDocument, "<");
     const std::string quoted = '"' + std::string(kType) + '"';
     return xml_root(text) == "office:document" && text.find(quoted) != std::string::npos;
 }
@@ -22,7 +22,7 @@ bool begins_odg(const ByteReader& in) {
     return is_zip_of_type(in, kType) || is_flat(in);
 }
 
-Variant variant_of(const ByteReader& in) {
+Variant opendocument_variant_of(const ByteReader& in) {
     return is_zip_of_type(in, kType) ? Variant::kUsual : Variant::kFOdg;
 }
 
@@ -31,7 +31,7 @@ void probe_odg(const ByteReader& in, FileFacts& facts) {
     facts.readable = true;
     facts.bits_per_pixel = 32;
     facts.has_alpha = true;
-    facts.variant = variant_of(in);
+    facts.variant = opendocument_variant_of(in);
 }
 
 constexpr const char* kOdgExtensions[] = {"odg", "fodg"};

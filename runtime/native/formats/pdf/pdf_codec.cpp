@@ -16,7 +16,7 @@
 namespace zelmor::imagework {
 namespace {
 
-bool is_opaque(std::span<const Argb> palette) {
+bool is_opaque_pdf(std::span<const Argb> palette) {
     return std::all_of(palette.begin(), palette.end(), [](Argb color) { return color >> 24 == 0xFF; });
 }
 
@@ -44,7 +44,7 @@ void to_page_form(VipsPicture& picture, const PdfEncoding& pdf, const Encoding& 
         }
     }
     const bool jpeg = pdf_compression_for(pdf, picture.form()) == PdfCompression::kJpeg;
-    if (picture.form().color == ColorModel::kIndexed && (jpeg || !is_opaque(picture.palette()))) {
+    if (picture.form().color == ColorModel::kIndexed && (jpeg || !is_opaque_pdf(picture.palette()))) {
         picture.to_direct();
     }
     if (picture.form().color == ColorModel::kLab) {
@@ -85,14 +85,14 @@ void write_page(PdfFile& file, VipsPicture& picture, const Encoding& encoding) {
     page->finish();
 }
 
-void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+void encode_pdf(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& pdf = encoding.format.get<PdfEncoding>();
     PdfFile file(out, pdf.info, pdf.compliance);
     write_page(file, picture, encoding);
     file.finish();
 }
 
-void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
+void encode_pdf_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     const auto& pdf = frames[0].encoding->format.get<PdfEncoding>();
     PdfFile file(out, pdf.info, pdf.compliance);
     for (const FrameToWrite& frame : frames) {
@@ -108,8 +108,8 @@ void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
 extern const FormatCodec kPdfCodec;
 const FormatCodec kPdfCodec{
     .format = Format::kPdf,
-    .encode = &encode,
-    .encode_frames = &encode_frames,
+    .encode = &encode_pdf,
+    .encode_frames = &encode_pdf_frames,
     .has_one_size = false,
 };
 

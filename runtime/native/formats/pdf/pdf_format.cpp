@@ -9,7 +9,7 @@ bool begins_pdf(const ByteReader& in) {
     return in.starts_with(0, "%PDF-");
 }
 
-constexpr const char* kExtensions[] = {"pdf"};
+constexpr const char* kPdfExtensions[] = {"pdf"};
 
 }  // namespace
 
@@ -17,7 +17,7 @@ extern const FormatRoom kPdfRoom;
 const FormatRoom kPdfRoom{
     .format = Format::kPdf,
     .name = "PDF",
-    .extensions = kExtensions,
+    .extensions = kPdfExtensions,
     .begins = &begins_pdf,
     .default_settings = &default_settings_of<PdfEncoding>,
 };

@@ -45,12 +45,12 @@ SharedFrames open_still(const SharedSource& source, const FileFacts& facts, cons
     return std::make_shared<const SingleFrame>(facts, [=] { return open_png(source, reading); });
 }
 
-SharedFrames open(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options) {
+SharedFrames open_png(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options) {
     return facts.variant == Variant::kApng ? open_apng(source, options.recovery != Recovery::kNone, options.memory)
                                            : open_still(source, facts, options);
 }
 
-void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+void encode_png(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& wanted = encoding.format.get<PngEncoding>();
     PngEncoding png = wanted;
     png.key = {};
@@ -132,7 +132,7 @@ bool of_one_form(std::span<const Picture* const> pictures) {
     });
 }
 
-void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
+void encode_png_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     const Encoding& encoding = *frames[0].encoding;
     Encoding each = encoding;
     auto& png = each.format.get<PngEncoding>();
@@ -177,10 +177,10 @@ void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
 extern const FormatCodec kPngCodec;
 const FormatCodec kPngCodec{
     .format = Format::kPng,
-    .open = &open,
+    .open = &open_png,
     .open_still = &open_still,
-    .encode = &encode,
-    .encode_frames = &encode_frames,
+    .encode = &encode_png,
+    .encode_frames = &encode_png_frames,
 };
 
 }  // namespace zelmor::imagework

@@ -206,7 +206,7 @@ std::unique_ptr<PictureEnd> png_end(const FileFacts& facts) {
     return std::make_unique<PngEnd>(facts);
 }
 
-constexpr const char* kExtensions[] = {"png", "apng"};
+constexpr const char* kPngExtensions[] = {"png", "apng"};
 
 }  // namespace
 
@@ -214,7 +214,7 @@ extern const FormatRoom kPngRoom;
 const FormatRoom kPngRoom{
     .format = Format::kPng,
     .name = "PNG",
-    .extensions = kExtensions,
+    .extensions = kPngExtensions,
     .begins = &begins_png,
     .probe = &probe_png,
     .end = &png_end,

@@ -18,7 +18,7 @@ namespace {
 constexpr int kMostColors = 256;
 constexpr Argb kHalf = 128;  // a color of a palette of less alpha becomes transparent, another one opaque
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+SharedFrames open_psd(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
     return open_psd(source, options);
 }
 
@@ -75,7 +75,7 @@ void make_indexed(VipsPicture& picture, const Encoding& encoding) {
     }
 }
 
-void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+void encode_psd(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     PsdKept kept{psd_file_of(picture.origin()), false};
     const PsdEncoding psd = settings_for(picture, encoding, kept);
     const PixelForm form = psd_form(picture.rows_header(), psd);
@@ -104,9 +104,9 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
 extern const FormatCodec kPsdCodec;
 const FormatCodec kPsdCodec{
     .format = Format::kPsd,
-    .open = &open,
+    .open = &open_psd,
     .longest_side = kPsbMostSide,
-    .encode = &encode,
+    .encode = &encode_psd,
 };
 
 }  // namespace zelmor::imagework

@@ -101,7 +101,7 @@ std::unique_ptr<PictureEnd> psd_end(const FileFacts& facts) {
     return std::make_unique<PsdEnd>(facts);
 }
 
-constexpr const char* kExtensions[] = {"psb", "psd"};
+constexpr const char* kPsdExtensions[] = {"psb", "psd"};
 
 }  // namespace
 
@@ -109,7 +109,7 @@ extern const FormatRoom kPsdRoom;
 const FormatRoom kPsdRoom{
     .format = Format::kPsd,
     .name = "PSD",
-    .extensions = kExtensions,
+    .extensions = kPsdExtensions,
     .begins = &begins_psd,
     .probe = &probe_psd,
     .end = &psd_end,

@@ -12,16 +12,16 @@
 namespace zelmor::imagework {
 namespace {
 
-constexpr size_t kMost = 16384;
+constexpr size_t kMostSvg = 16384;
 
 bool is_svg(const ByteReader& in) {
-    const std::string text = text_head(in, kMost, "<");
+    const std::string text = text_head(in, kMostSvg, "<");
     const std::string_view root = xml_root(text);
     return root == "svg" || root.ends_with(":svg");
 }
 
 bool begins_svg(const ByteReader& in) {
-    return is_svg(in) || is_svg(ByteReader(unpacked_head(in, kMost)));
+    return is_svg(in) || is_svg(ByteReader(unpacked_head(in, kMostSvg)));
 }
 
 // A side that the root does not tell stays 0.
@@ -35,15 +35,15 @@ void probe_svg(const ByteReader& in, FileFacts& facts) {
         return;
     }
     const SvgSize size = svg_size(*root);
-    constexpr double kMost = 1e9;
-    facts.width = static_cast<int64_t>(std::ceil(std::min(size.width, kMost)));
-    facts.height = static_cast<int64_t>(std::ceil(std::min(size.height, kMost)));
+    constexpr double kMostSvg = 1e9;
+    facts.width = static_cast<int64_t>(std::ceil(std::min(size.width, kMostSvg)));
+    facts.height = static_cast<int64_t>(std::ceil(std::min(size.height, kMostSvg)));
     facts.bits_per_pixel = 32;
     facts.has_alpha = true;
     facts.readable = true;
 }
 
-constexpr const char* kExtensions[] = {"svg", "svgz"};
+constexpr const char* kSvgExtensions[] = {"svg", "svgz"};
 
 }  // namespace
 
@@ -51,7 +51,7 @@ extern const FormatRoom kSvgRoom;
 const FormatRoom kSvgRoom{
     .format = Format::kSvg,
     .name = "SVG",
-    .extensions = kExtensions,
+    .extensions = kSvgExtensions,
     .begins = &begins_svg,
     .probe = &probe_svg,
 };

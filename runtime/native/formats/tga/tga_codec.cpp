@@ -14,7 +14,7 @@
 namespace zelmor::imagework {
 namespace {
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+SharedFrames open_tga(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
     return open_tga(source, options);
 }
 
@@ -32,7 +32,7 @@ void to_writable_form(VipsPicture& picture, const Encoding& encoding) {
     }
 }
 
-void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+void encode_tga(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     auto tga = encoding.format.get<TgaEncoding>();
     if (tga.stamp && picture.changed_at() != 0) {
         tga.stamp->pixels.clear();  // the writer makes them of the picture as it is now
@@ -51,9 +51,9 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
 extern const FormatCodec kTgaCodec;
 const FormatCodec kTgaCodec{
     .format = Format::kTga,
-    .open = &open,
+    .open = &open_tga,
     .longest_side = 65535,
-    .encode = &encode,
+    .encode = &encode_tga,
 };
 
 }  // namespace zelmor::imagework

@@ -39,7 +39,7 @@ std::unique_ptr<PictureEnd> tga_end(const FileFacts& facts) {
     return std::make_unique<TgaEnd>(facts);
 }
 
-constexpr const char* kExtensions[] = {"tga"};
+constexpr const char* kTgaExtensions[] = {"tga"};
 
 }  // namespace
 
@@ -47,7 +47,7 @@ extern const FormatRoom kTgaRoom;
 const FormatRoom kTgaRoom{
     .format = Format::kTga,
     .name = "TGA",
-    .extensions = kExtensions,
+    .extensions = kTgaExtensions,
     .begins = &begins_tga,
     .probe = &probe_tga,
     .end = &tga_end,

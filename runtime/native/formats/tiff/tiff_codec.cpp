@@ -14,7 +14,7 @@
 namespace zelmor::imagework {
 namespace {
 
-bool is_opaque(std::span<const Argb> palette) {
+bool is_opaque_tiff(std::span<const Argb> palette) {
     return std::all_of(palette.begin(), palette.end(), [](Argb color) { return color >> 24 == 0xFF; });
 }
 
@@ -61,7 +61,7 @@ ColorsAndAlpha wanted_colors(TiffColor color, ColorModel own) {
 PixelForm to_indices(VipsPicture& picture, const TiffEncoding& tiff, const Encoding& encoding) {
     const int bits = tiff.bit_depth == 0 ? 8 : tiff.bit_depth;
     const size_t most = size_t{1} << std::min(bits, 8);
-    const bool has_own = picture.form().color == ColorModel::kIndexed && is_opaque(picture.palette()) &&
+    const bool has_own = picture.form().color == ColorModel::kIndexed && is_opaque_tiff(picture.palette()) &&
                          picture.palette().size() <= most;
     if (!encoding.palette.empty() || !has_own) {
         picture.lose_alpha(encoding);
@@ -86,7 +86,7 @@ PixelForm to_wanted_form(VipsPicture& picture, const TiffEncoding& tiff, const E
         return to_indices(picture, tiff, encoding);
     }
     if (wanted.color == ColorModel::kIndexed) {
-        if (is_opaque(picture.palette()) && !jpeg) {
+        if (is_opaque_tiff(picture.palette()) && !jpeg) {
             return picture.form();
         }
         picture.to_direct();  // a TIFF palette has no transparent colors
@@ -138,7 +138,7 @@ void write_tiff_page(TiffFile& file, const TiffEncoding& tiff, VipsPicture& pict
     page->finish();
 }
 
-void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+void encode_tiff(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& tiff = encoding.format.get<TiffEncoding>();
     write_editable(out, [&](EditableFile& to) {
         TiffFile file(to, tiff.big_tiff, tiff.big_endian);
@@ -146,7 +146,7 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     });
 }
 
-void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
+void encode_tiff_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     const auto& first = frames[0].encoding->format.get<TiffEncoding>();
     write_editable(out, [&](EditableFile& to) {
         TiffFile file(to, first.big_tiff, first.big_endian);
@@ -162,7 +162,7 @@ void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     });
 }
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+SharedFrames open_tiff(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
     return open_tiff(source, options);
 }
 
@@ -171,10 +171,10 @@ SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOpti
 extern const FormatCodec kTiffCodec;
 const FormatCodec kTiffCodec{
     .format = Format::kTiff,
-    .open = &open,
+    .open = &open_tiff,
     .damage_of_recovery = "has no complete row",
-    .encode = &encode,
-    .encode_frames = &encode_frames,
+    .encode = &encode_tiff,
+    .encode_frames = &encode_tiff_frames,
     .has_one_size = false,
 };
 

@@ -269,7 +269,7 @@ bool begins_tiff(const ByteReader& in) {
                        [&](std::string_view mark) { return in.starts_with(0, mark); });
 }
 
-constexpr const char* kExtensions[] = {"tif", "tiff"};
+constexpr const char* kTiffExtensions[] = {"tif", "tiff"};
 
 }  // namespace
 
@@ -277,7 +277,7 @@ extern const FormatRoom kTiffRoom;
 const FormatRoom kTiffRoom{
     .format = Format::kTiff,
     .name = "TIFF",
-    .extensions = kExtensions,
+    .extensions = kTiffExtensions,
     .begins = &begins_tiff,
     .probe = &probe_tiff,
     .end = &tiff_end,

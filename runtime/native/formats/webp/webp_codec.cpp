@@ -9,11 +9,11 @@
 namespace zelmor::imagework {
 namespace {
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+SharedFrames open_webp(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
     return open_webp(source, options.recovery, options.memory);
 }
 
-void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+void encode_webp(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& webp = encoding.format.get<WebpEncoding>();
     picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
     const auto writer = make_webp_writer(picture.rows_header(), webp, out);
@@ -21,7 +21,7 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     writer->finish();
 }
 
-void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
+void encode_webp_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     const Encoding& encoding = *frames[0].encoding;
     check_sides(*frames[0].picture, Format::kWebp);
     if (frames.size() == 1) {
@@ -48,10 +48,10 @@ void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
 extern const FormatCodec kWebpCodec;
 const FormatCodec kWebpCodec{
     .format = Format::kWebp,
-    .open = &open,
+    .open = &open_webp,
     .longest_side = 16383,
-    .encode = &encode,
-    .encode_frames = &encode_frames,
+    .encode = &encode_webp,
+    .encode_frames = &encode_webp_frames,
 };
 
 }  // namespace zelmor::imagework

@@ -98,7 +98,7 @@ std::unique_ptr<PictureEnd> webp_end(const FileFacts& facts) {
     return std::make_unique<WebpEnd>(facts);
 }
 
-constexpr const char* kExtensions[] = {"webp"};
+constexpr const char* kWebPExtensions[] = {"webp"};
 
 }  // namespace
 
@@ -106,7 +106,7 @@ extern const FormatRoom kWebpRoom;
 const FormatRoom kWebpRoom{
     .format = Format::kWebp,
     .name = "WebP",
-    .extensions = kExtensions,
+    .extensions = kWebPExtensions,
     .begins = &begins_webp,
     .probe = &probe_webp,
     .end = &webp_end,
