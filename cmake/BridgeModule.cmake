@@ -15,9 +15,10 @@ function(zelmor_add_bridge_module target)
     endif()
     if(ARG_GENERATED)
         # The generator writes one file for each type, for people to read; the unity build gives the compiler fewer
-        # and larger ones (64 as one take an eighth less than 16 do). No C++ exception passes through generated code, and without the tables for unwinding it is a
-        # third smaller. It mostly calls functions that are optimized elsewhere. Its few local variables have fixed
-        # sizes and need no stack protector. Its static records name only the members that are not zero.
+        # and larger ones (64 as one take an eighth less than 16 do). No C++ exception passes through generated code,
+        # and without the tables for unwinding it is a third smaller. It mostly calls functions that are optimized
+        # elsewhere. Its few local variables have fixed sizes and need no stack protector. Its static records name only
+        # the members that are not zero.
         add_library(${target}_generated OBJECT ${ARG_GENERATED})
         target_compile_options(${target}_generated PRIVATE ${ZELMOR_QUICK_OPTIMIZATION} -fno-exceptions
                                -fno-asynchronous-unwind-tables -fno-stack-protector -Wno-missing-field-initializers)
@@ -30,6 +31,7 @@ function(zelmor_add_bridge_module target)
         endif()
         target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_generated>)
     endif()
+    set_target_properties(${target} PROPERTIES ZELMOR_ACROSS .)
     zelmor_compile_together(${target})
     target_compile_definitions(${target} PRIVATE ZELMOR_MODULE_NAME=\"${ARG_MODULE}\")
     target_include_directories(${target} PRIVATE ${CMAKE_BINARY_DIR})

@@ -4,7 +4,8 @@
 # within a folder; the compiler says so where they do not. ZELMOR_TOGETHER=OFF compiles each source alone, which shows
 # whether each includes every header that it needs.
 #
-# The folders below those of a target's property ZELMOR_ACROSS count as one folder: they have few sources for the target.
+# The folders below those of a target's property ZELMOR_ACROSS count as one folder, since they have few sources for the
+# target; "." stands for the folders of all sources.
 option(ZELMOR_TOGETHER "Compile the sources of a folder together" ON)
 
 function(zelmor_compile_together)
@@ -35,6 +36,9 @@ function(zelmor_group_sources target)
             endif()
             cmake_path(RELATIVE_PATH folder BASE_DIRECTORY ${top})
             foreach(above IN LISTS across)
+                if(above STREQUAL ".")
+                    set(folder all)
+                endif()
                 string(REGEX REPLACE "^(${above})/.*" "\\1" folder "${folder}")
             endforeach()
             string(MAKE_C_IDENTIFIER "${folder}" folder)

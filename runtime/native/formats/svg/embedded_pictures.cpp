@@ -43,7 +43,7 @@ void add_picture(std::string_view uri, std::vector<SvgEmbedded>& pictures) {
     }
 }
 
-void begin_element(void* data, const XML_Char* name, const XML_Char** attributes) {
+void begin_embedding(void* data, const XML_Char* name, const XML_Char** attributes) {
     auto& collecting = *static_cast<Collecting*>(data);
     if (kImage != name || collecting.failure) {
         return;
@@ -75,7 +75,7 @@ std::vector<SvgEmbedded> embedded_pictures(std::span<const uint8_t> document) {
     }
     Collecting collecting{parser.get(), {}, {}};
     XML_SetUserData(parser.get(), &collecting);
-    XML_SetElementHandler(parser.get(), &begin_element, nullptr);
+    XML_SetElementHandler(parser.get(), &begin_embedding, nullptr);
     const auto* text = reinterpret_cast<const char*>(document.data());
     const bool read = document.size() <= INT32_MAX &&
                       XML_Parse(parser.get(), text, static_cast<int>(document.size()), XML_TRUE) == XML_STATUS_OK;

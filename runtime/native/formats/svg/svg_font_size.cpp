@@ -2,12 +2,11 @@
 #include "runtime/native/formats/svg/svg_font_size.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <system_error>
-#include <utility>
 
 #include "runtime/native/formats/svg/svg_numbers.h"
+#include "runtime/native/formats/svg/svg_units.h"
 #include "runtime/native/imagework/units.h"
 
 namespace zelmor::imagework {
@@ -16,23 +15,18 @@ namespace {
 bool begins_number(char c) {
     return (c >= '0' && c <= '9') || c == '.';
 }
-bool is_letter(char c) {
+bool is_of_unit(char c) {
     return ((c | 0x20) >= 'a' && (c | 0x20) <= 'z') || c == '%' || c == '\\';
 }
-// CSS Values and Units: absolute lengths in pixels.
-constexpr std::array<std::pair<std::string_view, double>, 8> kUnits{{{"", 1},
-                                                                     {"px", 1},
-                                                                     {"in", 96},
-                                                                     {"cm", 96 / kCentimetersPerInch},
-                                                                     {"mm", 96 / kMillimetersPerInch},
-                                                                     {"q", 96 / 101.6},
-                                                                     {"pt", 96 / 72.0},
-                                                                     {"pc", 16}}};
+
+// A quarter of a millimeter is a unit of CSS, and none of SVG.
+std::optional<double> pixels_of_font_unit(std::string_view unit) {
+    return unit == "q" ? 96 / (4 * kMillimetersPerInch) : pixels_of_svg_unit(unit);
+}
 
 void take(SvgFontSize& size, double number, std::string_view unit) {
-    const auto known = std::find_if(kUnits.begin(), kUnits.end(), [&](const auto& u) { return u.first == unit; });
-    if (known != kUnits.end()) {
-        size.pixels = std::max(size.pixels, number * known->second);
+    if (const std::optional<double> pixels = pixels_of_font_unit(unit)) {
+        size.pixels = std::max(size.pixels, number * *pixels);
     } else if (unit == "%") {
         size.factor = std::max(size.factor, number / 100);
     } else {  // of the font around it or of the first one, or of the page, or unknown
@@ -62,7 +56,7 @@ SvgFontSize svg_font_size(std::string_view value) {
             continue;
         }
         rest.remove_prefix(static_cast<size_t>(end - rest.data()));
-        const auto unit_end = std::find_if_not(rest.begin(), rest.end(), is_letter);
+        const auto unit_end = std::find_if_not(rest.begin(), rest.end(), is_of_unit);
         const std::string_view unit = rest.substr(0, static_cast<size_t>(unit_end - rest.begin()));
         // A number out of range is infinite, or next to nothing.
         take(size, error == std::errc() ? number : 1e300, unit);

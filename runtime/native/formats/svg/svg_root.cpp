@@ -6,7 +6,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "runtime/native/imagework/units.h"
+#include "runtime/native/formats/svg/svg_units.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -91,22 +91,10 @@ std::optional<double> number(std::string_view& text) {
     return value;
 }
 
-struct Unit {
-    std::string_view name;
-    double pixels;
-};
-// A font has the size 12 where nothing else is said, and its small letters half of it.
-constexpr std::array kUnits = {
-    Unit{"", 1},
-    Unit{"px", 1},
-    Unit{"pt", 96.0 / 72},
-    Unit{"pc", 16},
-    Unit{"in", 96},
-    Unit{"cm", 96 / kCentimetersPerInch},
-    Unit{"mm", 96 / kMillimetersPerInch},
-    Unit{"em", 12},
-    Unit{"ex", 6},
-};
+// The pixels of a unit. A font has the size 12 where nothing else is said, and its small letters half of it.
+std::optional<double> pixels_of_unit(std::string_view unit) {
+    return unit == "em" ? 12 : unit == "ex" ? 6 : pixels_of_svg_unit(unit);
+}
 
 // The pixels of a length; nothing for a part of something, and for what is no length.
 std::optional<double> pixels_of(std::string_view text) {
@@ -115,8 +103,8 @@ std::optional<double> pixels_of(std::string_view text) {
         return std::nullopt;
     }
     text = text.substr(0, text.find_last_not_of(kSpace) + 1);
-    const auto* unit = std::find_if(kUnits.begin(), kUnits.end(), [&](const Unit& u) { return u.name == text; });
-    return unit == kUnits.end() ? std::nullopt : std::optional(*value * unit->pixels);
+    const std::optional<double> unit = pixels_of_unit(text);
+    return unit ? std::optional(*value * *unit) : std::nullopt;
 }
 
 std::optional<SvgSize> view_box_size(std::string_view text) {
