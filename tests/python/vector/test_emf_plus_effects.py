@@ -1,9 +1,11 @@
-"""Effects of EMF+ that look at the pixels around each, beside ImageMagick."""
+"""Effects of EMF+: those that look at the pixels around each, beside ImageMagick, and those of single pixels, by their
+formulas."""
 
 from __future__ import annotations
 
 import subprocess
 import uuid
+from collections.abc import Callable
 from pathlib import Path
 from typing import Any
 
@@ -105,3 +107,100 @@ def test_red_eyes() -> None:
         area = expected[max(top, 0):bottom, max(left, 0):min(right, 20)]
         area[..., 0] = 50
     assert (ours == expected).all()
+
+
+# ---- Effects of single pixels
+
+MATRIX, TABLES, CONTRAST, BALANCE, CURVE, LEVELS = (
+    "718F2615-7933-40E3-A511-5F68FE14DD74", "A7CE72A9-0F7F-40D7-B3CC-D0C02D5C3212",
+    "D3A1DBE1-8EC4-4C17-9F4C-EA97AD1C343D", "537E597D-251E-48DA-9664-29CA496B70F8",
+    "DD6A0022-58E4-4A67-9D9B-D48EB881A53D", "99C354EC-2A31-4F3A-8C34-17A803B33A25")
+
+
+def levels() -> Any:
+    """Each level of each channel, and gray."""
+    ramp = np.arange(256, dtype=np.uint8).reshape(16, 16)
+    return np.concatenate([np.dstack([ramp, 255 - ramp, ramp // 2]), np.dstack([ramp] * 3)], axis=1)
+
+
+def rounded(values: Any) -> Any:
+    return np.floor(np.clip(values, 0, 255) + 0.5)
+
+
+def within(pixels: Any, identifier: str, data: bytes) -> Any:
+    height, width = pixels.shape[:2]
+    return shown(pixels, identifier, data)[TOP:TOP + height, LEFT:LEFT + width]
+
+
+@pytest.mark.parametrize("brightness, contrast", [(0, 0), (40, 0), (-40, 0), (255, 0), (0, 50), (0, 98), (0, 100),
+                                                  (0, -50), (0, -100), (20, -30)])
+def test_brightness_and_contrast(brightness: int, contrast: int) -> None:
+    """More contrast steepens the line about the middle until it is a step, less flattens it to gray."""
+    slope = 1 / max(1 - contrast / 100, 0.01) if contrast > 0 else 1 + contrast / 100
+    expected = rounded((levels() - 127.5) * slope + 127.5 + brightness)
+    assert np.array_equal(within(levels(), CONTRAST, words(brightness, contrast)), expected)
+
+
+@pytest.mark.parametrize("shifts", [(0, 0, 0), (100, 0, 0), (0, -20, 0), (0, 0, 30), (10, -10, 50)])
+def test_balance_of_colors(shifts: tuple[int, int, int]) -> None:
+    assert np.array_equal(within(levels(), BALANCE, words(*shifts)), rounded(levels() + np.array(shifts) * 2.55))
+
+
+@pytest.mark.parametrize("highlight, middle, shadow", [(100, 0, 0), (80, 0, 20), (100, 50, 0), (100, -50, 0),
+                                                       (60, 100, 30), (50, 0, 50), (20, 0, 60)])
+def test_levels(highlight: int, middle: int, shadow: int) -> None:
+    """What is as dark as the shadow is black, as light as the highlight white, with a gamma between them."""
+    low, high = shadow * 2.55, highlight * 2.55
+    part = np.clip((levels() - low) / (high - low), 0, 1) if high > low else (levels() >= high).astype(float)
+    expected = rounded(255 * part**(4**(-middle / 100)))
+    assert np.array_equal(within(levels(), LEVELS, words(highlight, middle, shadow)), expected)
+
+
+#: By the number of the adjustment: the intensities, and what becomes of a level.
+CURVES: dict[int, tuple[tuple[int, ...], Callable[[Any, float], Any]]] = {
+    0: ((-255, -100, 0, 100, 255), lambda level, by: level * 2**(by / 255)),
+    1: ((-255, -100, 0, 100, 255), lambda level, by: 255 - (255 - level) * 2**(-by / 255)),
+    2: ((-100, -30, 0, 30, 100), lambda level, by: (level - 127.5) * (1 + by / 100) + 127.5),
+    3: ((-100, -30, 30, 100), lambda level, by: level * (1 + by / 200 * (level / 255))),
+    4: ((-100, -30, 30, 100), lambda level, by: level + by / 200 * (255 - level)**2 / 255),
+    5: ((-100, -30, 30, 100), lambda level, by: 255 * (level / 255)**(2**(-by / 100))),
+    6: ((0, 1, 100, 255), lambda level, by: level * 255 / max(by, 1)),
+    7: ((0, 100, 254, 255), lambda level, by: (level - by) * 255 / max(255 - by, 1)),
+}
+
+
+@pytest.mark.parametrize("channel", [0, 1, 2, 3])
+@pytest.mark.parametrize("adjustment", CURVES)
+def test_curves(adjustment: int, channel: int) -> None:
+    """Of all channels, or of one of red, green and blue."""
+    intensities, curve = CURVES[adjustment]
+    for by in intensities if channel == 0 else intensities[-2:]:
+        expected = rounded(curve(levels().astype(float), by))
+        if channel:
+            others = [each for each in range(3) if each != channel - 1]
+            expected[..., others] = levels()[..., others]
+        found = within(levels(), CURVE, words(adjustment, channel, by))
+        assert np.abs(found - expected).max() <= (1 if adjustment in (3, 4) else 0), by  # sums in another order
+
+
+def test_tables_of_levels() -> None:
+    """The tables of blue, green, red and alpha, in this order; what is half there lets half of white through."""
+    blue, green, red = (np.random.default_rng(seed).permutation(256).astype(np.uint8) for seed in (1, 2, 3))
+    for alpha in (255, 51):
+        data = blue.tobytes() + green.tobytes() + red.tobytes() + bytes([7] * 255 + [alpha])
+        found = within(levels(), TABLES, data)
+        mapped = np.dstack([table[levels()[..., i]] for i, table in enumerate((red, green, blue))]).astype(float)
+        assert np.abs(found - (255 + (mapped - 255) * alpha / 255)).max() <= (0 if alpha == 255 else 1)
+
+
+def test_matrices_of_colors() -> None:
+    """Rows are what red, green, blue, alpha and one give to the four channels."""
+    matrix = np.array([[0.5, 0.1, 0, 0, 0], [0, 0.25, 1, 0, 0], [0.2, -0.3, 0.1, 0, 0], [0.1, 0, 0, 0.4, 0],
+                       [0, 0.2, -0.1, 0.6, 1]])
+    found = within(levels(), MATRIX, matrix.astype(np.float32).tobytes())
+    own = np.concatenate([levels(), np.full((16, 32, 2), 255)], axis=2).astype(float)
+    assert np.abs(found - rounded(own @ matrix)[..., :3]).max() <= 1
+    half = matrix.copy()
+    half[4, 3] = 0  # alpha is 0.4 then
+    found = within(levels(), MATRIX, half.astype(np.float32).tobytes())
+    assert np.abs(found - (255 + (rounded(own @ half)[..., :3] - 255) * 0.4)).max() <= 1

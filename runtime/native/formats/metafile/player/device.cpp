@@ -274,6 +274,14 @@ void Device::stroke(const Outline& outline, const DevicePen& pen) {
     use_clip();
     const Outline centered = on_canvas(outline, Affine::translation(0.5, 0.5).then(m_space.to_canvas));
     Stroke stroke = stroke_of(pen, canvas_map(), state.miter_limit, m_rendering.smooth && state.mix == kCopy);
+    if (pen.cosmetic && pen.style == DevicePen::kAlternate) {
+        // Lines begin in the middle of a pixel, dashes at the side of one. Without smoothing, only lines with pointed
+        // corners are drawn as pixels; others would fill the gaps.
+        const double half = m_space.to_canvas.linear().mean_scale() / 2;
+        stroke.dash_offset = half - std::floor(half);
+        stroke.join = drawwork::StrokeJoin::kMiter;
+        stroke.miter_limit = 1.5;
+    }
     DeviceBrush brush = pen.brush;
     if (!pen.has_brush) {
         brush = DeviceBrush();

@@ -37,7 +37,7 @@ Outline pie_in(Played record) {
 void draw_curve(PlusPlayer& player, Played record) {
     const std::vector<PointD> points = points_in(record, "PointData");
     const int64_t first = whole_in(record, "Offset"), count = whole_in(record, "NumSegments");
-    if (points.size() < 2 || first < 0 || count <= 0 || first + count >= static_cast<int64_t>(points.size()) + 0) {
+    if (points.size() < 2 || first < 0 || count <= 0 || first + count >= static_cast<int64_t>(points.size())) {
         if (points.size() >= 2) {
             player.stroke({spline_contour(points, number_in(record, "Tension"), false)}, whole_in(record, "ObjectId"));
         }
