@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import io
+import struct
 import subprocess
 from pathlib import Path
 
@@ -13,8 +14,9 @@ from zelmor.imaging import Color, Image, SmoothingMode
 from zelmor.imaging.imageoptions import EmfRasterizationOptions, PdfOptions, SvgOptions, WmfRasterizationOptions
 
 from support.drawn_metafiles import BLACK, BLUE, GREEN, RED, WHITE, color_at, drawn
-from support.metafiles import (BLACK_PEN, NULL_BRUSH, SIDE, brush, colorref, emf, emf_record, pen, plus, plus_record,
-                               plus_comment, select, wmf, wmf_brush, wmf_pen, wmf_record, wmf_select, words, floats)
+from support.metafiles import (BLACK_PEN, NULL_BRUSH, SIDE, brush, colorref, emf, emf_record, floats, font, pen, plus,
+                               plus_comment, plus_record, select, text_out, wmf, wmf_brush, wmf_pen, wmf_record,
+                               wmf_select, words)
 
 BORDER, SURFACE = 0, 1
 #: A black frame of a pixel around 20 to 60, and a slanted line through it from corner to corner; then blue areas.
@@ -183,3 +185,51 @@ def test_areas_of_a_page_that_is_drawn_in_parts() -> None:
     scale = 3000 // SIDE
     expect(picture, {(x * scale, y * scale): BLUE for x in (10, 48, 80) for y in (10, 50, 85)})
     expect(picture, {(20, 20): WHITE})
+
+
+def underlined_font(index: int) -> bytes:
+    name = "DejaVu Sans".encode("utf-16-le").ljust(64, b"\0")
+    data = struct.pack("<5i8B", -24, 0, 300, 300, 400, 0, 1, 1, 0, 0, 0, 0, 0) + name
+    return emf_record(82, words(index) + data + bytes(320 - len(data))) + select(index)
+
+
+#: Records of all kinds of drawing. What a file with a flood fill draws besides is what it draws without one.
+BESIDE: dict[str, bytes] = {
+    "clear": plus(plus_record(0x4009, 0, words(0xFF000000 | GREEN))),
+    "source copy": plus(plus_record(0x4009, 0, words(0xFF000000 | RED)), plus_record(0x4023, 1), plus_record(
+        0x400A, 0x8000, words(0x80000000 | BLUE, 1) + floats(10, 10, 30, 30)), plus_record(0x4023, 0), plus_record(
+            0x400A, 0x8000, words(0x80000000 | BLUE, 1) + floats(50, 10, 30, 30))),
+    "inverted": EMF_FRAME + emf_record(20, words(6)) + emf_record(43, words(10, 10, 51, 51)) + emf_record(
+        20, words(13)),
+    "lines and text": pen(2, RED, 7) + emf_record(42, words(5, 5, 91, 60)) + font(3, -24, "DejaVu Sans")
+    + text_out("Wi", (20, 30), []) + underlined_font(4) + text_out("gi", (10, 60), []),
+    "clips": emf_record(33) + emf_record(30, words(10, 10, 60, 60)) + brush(2, RED) + emf_record(
+        43, words(0, 0, 97, 97)) + emf_record(34, words(-1)) + brush(2, BLUE) + emf_record(43, words(50, 50, 97, 97)),
+}
+
+
+@pytest.mark.parametrize("name", BESIDE)
+@pytest.mark.parametrize("mode", [SmoothingMode.NONE, SmoothingMode.ANTI_ALIAS])
+def test_a_flood_fill_changes_nothing_else(name: str, mode: SmoothingMode) -> None:
+    """One without a brush, and one of a single pixel."""
+    handed_over = plus_comment(plus_record(0x4004)) if name in ("clear", "source copy") else b""
+    plain = drawn(emf(BESIDE[name]), smoothing_mode=mode)
+    assert (len(plain.getcolors(99999)) > 1) == (name != "clear")
+    unfilled = emf_record(20, words(13)) + select(NULL_BRUSH) + emf_flood(90, 90, WHITE, SURFACE)
+    assert drawn(emf(BESIDE[name] + handed_over + unfilled), smoothing_mode=mode).tobytes() == plain.tobytes()
+
+
+def test_areas_are_found_among_all_that_was_drawn() -> None:
+    """Each kind of drawing is on the paper that areas are found on."""
+    fill = brush(9, 0xFF00FF) + emf_flood(90, 90, BLACK, BORDER)
+    whole = {(0, 0): 0xFF00FF, (95, 95): 0xFF00FF}
+    over = plus_comment(plus_record(0x4004))
+    expect(drawn(emf(BESIDE["clear"] + over + brush(9, 0xFF00FF) + emf_flood(90, 90, GREEN, SURFACE))), whole)
+    expect(drawn(emf(BESIDE["clear"] + over + brush(9, 0xFF00FF) + emf_flood(90, 90, WHITE, SURFACE))), {(0, 0): GREEN})
+    copied = BESIDE["source copy"] + over + brush(9, 0xFF00FF)
+    expect(drawn(emf(copied + emf_flood(20, 20, BLUE, SURFACE))), {(20, 20): 0xFF00FF, (70, 20): 0x7F0080})
+    expect(drawn(emf(copied + emf_flood(70, 20, BLUE, SURFACE))), {(20, 20): BLUE, (70, 20): 0x7F0080})
+    expect(drawn(emf(BESIDE["inverted"] + fill)), {(30, 30): BLACK, (20, 40): WHITE, (70, 70): 0xFF00FF})
+    for clipped, color in (((70, 70), BLUE), ((20, 20), RED)):
+        expect(drawn(emf(BESIDE["clips"] + brush(9, 0xFF00FF) + emf_flood(*clipped, color, SURFACE))),
+               {clipped: 0xFF00FF, (80, 20): WHITE})

@@ -3,16 +3,21 @@ of colors, units of length, and the shapes of corners and ends."""
 
 from __future__ import annotations
 
+import io
 import struct
+import subprocess
 from collections.abc import Callable
+from pathlib import Path
 
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import SmoothingMode
+from PIL import ImageDraw
+from zelmor.imaging import Color, Image, SmoothingMode
+from zelmor.imaging.imageoptions import EmfRasterizationOptions, PdfOptions, SvgOptions
 
 from support.drawn_metafiles import BLACK, BLUE, GREEN, RED, WHITE, color_at, dark, drawn
-from support.metafiles import (BOUNDS, NULL_BRUSH, NULL_PEN, SIDE, Point, bitmap_header, brush, colorref, emf,
+from support.metafiles import (BOUNDS, NULL_BRUSH, NULL_PEN, SIDE, Point, bitmap_header, blit, brush, colorref, emf,
                                emf_record, extended_pen, floats, pen, points32, rows24, select, text_out, wmf,
                                wmf_brush, wmf_pen, wmf_record, wmf_select, words)
 
@@ -143,6 +148,71 @@ def test_mixes(mode: int) -> None:
            + wmf_record(0x041B, 97, 97, 0, 0) + wmf_record(0x0104, mode) + wmf_brush(OWN) + wmf_select(2)
            + wmf_record(0x041B, 31, 31, 10, 10))
     assert color_at(drawn(wmf(old)), (20, 20)) == expected
+
+
+def as_lines_and_text(file: bytes, name: str, folder: Path) -> Pillow.Image:
+    """The picture as SVG or PDF, drawn by another program."""
+    layout, options = EmfRasterizationOptions(), SvgOptions() if name == "svg" else PdfOptions()
+    layout.page_width = layout.page_height = float(SIDE)
+    layout.background_color = Color.white
+    options.vector_rasterization_options = layout
+    with Image.load(io.BytesIO(file)) as image:
+        image.save(str(folder / name), options)
+    target = folder / "shown.png"
+    if name == "svg":
+        subprocess.run(["rsvg-convert", "-f", "png", "-o", target, folder / name], check=True)
+        return Pillow.open(target).convert("RGB")
+    subprocess.run(["pdftoppm", "-r", "72", "-scale-to", str(SIDE), "-png", "-singlefile", folder / name,
+                    target.with_suffix("")], check=True)
+    return Pillow.open(target).convert("RGB")
+
+
+#: Channels of nothing and of all: each meets each in the two halves of a cell.
+LEFT_HALF, RIGHT_HALF, MIXED = 0xFFFF00, 0xFFFFFF, 0xFF00FF
+CELL = SIDE // 4
+
+
+@pytest.mark.parametrize("name", ["svg", "pdf"])
+@pytest.mark.parametrize("flooded", [False, True])
+def test_mixes_on_lines_and_text(name: str, flooded: bool, tmp_path: Path) -> None:
+    """A cell for each; a flood fill fills the black ones beside the first. Pillow fills the same ones."""
+    records, model = select(NULL_PEN), Pillow.new("RGB", (SIDE, SIDE))
+    for mode, mix in MIXES.items():
+        x, y = (mode - 1) % 4 * CELL, (mode - 1) // 4 * CELL
+        records += emf_record(20, words(13)) + brush(1, LEFT_HALF) + box(x, y, x + CELL // 2 + 1, y + CELL + 1)
+        records += emf_record(20, words(mode)) + brush(2, MIXED) + box(x, y, x + CELL + 1, y + CELL + 1)
+        for left, there in ((x, LEFT_HALF), (x + CELL // 2, RIGHT_HALF)):
+            model.paste(f"#{mix(there, MIXED) & WHITE:06x}", (left, y, left + CELL // 2, y + CELL))
+    records += emf_record(20, words(13))
+    if flooded:
+        records += brush(3, GREEN ^ RED) + emf_record(53, words(5, 5, colorref(BLACK), 1))
+        ImageDraw.floodfill(model, (5, 5), (255, 255, 0))
+        assert color_at(model, (18, 36)) == 0xFFFF00
+    picture = as_lines_and_text(emf(records), name, tmp_path)
+    for place in ((x, y) for x in range(6, SIDE, CELL // 2) for y in range(12, SIDE, CELL)):
+        assert color_at(picture, place) == color_at(model, place), place
+
+
+#: Operations of a source and what is there.
+SOURCES: dict[int, Callable[[int, int], int]] = {
+    0x008800C6: lambda d, s: d & s, 0x00EE0086: lambda d, s: d | s, 0x00660046: lambda d, s: d ^ s,
+    0x00440328: lambda d, s: s & ~d, 0x001100A6: lambda d, s: ~(d | s), 0x00BB0226: lambda d, s: d | ~s,
+    0x00220326: lambda d, s: d & ~s, 0x00990066: lambda d, s: ~(d ^ s), 0x007700E6: lambda d, s: ~(d & s),
+    0x00DD0228: lambda d, s: s | ~d, 0x00330008: lambda d, s: ~s, 0x00CC0020: lambda d, s: s,
+    0x00AA0029: lambda d, s: d, 0x00550009: lambda d, s: ~d, 0x00000042: lambda d, s: 0,
+    0x00FF0062: lambda d, s: WHITE}
+CORNERS = {(28, 28): RED, (52, 28): GREEN, (28, 52): BLUE, (52, 52): BLACK}
+
+
+@pytest.mark.parametrize("operation", SOURCES)
+def test_operations_of_a_source(operation: int, tmp_path: Path) -> None:
+    four = (bitmap_header(2, 2, 24), rows24([[RED, GREEN], [BLUE, BLACK]]))
+    file = emf(select(NULL_PEN), brush(1, LEFT_HALF), box(0, 0, 97, 97),
+               blit(77, (20, 20, 40, 40), operation, (0, 0, 2, 2), four))
+    for picture in (drawn(file), as_lines_and_text(file, "svg", tmp_path)):
+        found = {place: color_at(picture, place) for place in CORNERS}
+        assert found == {place: SOURCES[operation](LEFT_HALF, color) & WHITE for place, color in CORNERS.items()}
+        assert color_at(picture, (70, 70)) == LEFT_HALF
 
 
 # ---- Ends and corners of lines. The corner is at (60, 20), the end at (20, 60), the lines are 12 pixels wide.

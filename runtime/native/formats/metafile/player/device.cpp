@@ -29,6 +29,15 @@ uint8_t operation_of(int mix) {
     return static_cast<uint8_t>(operation);
 }
 
+Paint inverse(Paint paint) {
+    constexpr Argb kColors = 0xFFFFFF;
+    paint.color ^= kColors;
+    for (Argb& color : paint.pixels) {
+        color ^= kColors;
+    }
+    return paint;
+}
+
 // Dashes and gaps of the styles, for a line of one pixel and for one of width 1.
 std::vector<double> usual_lengths(uint32_t style, bool thin) {
     switch (style) {
@@ -186,60 +195,48 @@ Paint Device::paint_of(const DeviceBrush& brush) const {
 
 void Device::combine(const Outline& outline, FillRule rule, const Paint& pattern, const Paint& source,
                      uint8_t operation) {
-    const bool smooth = m_rendering.smooth;
     const bool patterned = uses_pattern(operation), sourced = uses_source(operation);
     if (!uses_destination(operation) && !(patterned && sourced)) {
         Paint paint;
-        const bool inverted = operation == 0x33 || operation == 0x0F;
         if (patterned || sourced) {
             paint = patterned ? pattern : source;
-        }
-        if (!patterned && !sourced) {
+        } else {
             paint.color = operation == 0 ? kBlack : kWhite;
         }
-        if (inverted) {
-            paint.color ^= 0xFFFFFF;
-            for (Argb& color : paint.pixels) {
-                color ^= 0xFFFFFF;
-            }
-        }
-        m_canvas.fill(outline, rule, paint, smooth);
+        const bool inverted = operation == 0x33 || operation == 0x0F;
+        m_canvas.fill(outline, rule, inverted ? inverse(paint) : paint, m_rendering.smooth);
         return;
     }
     if (m_canvas.combine(outline, rule, pattern, source, operation)) {
         return;
     }
-    // Without pixels: what comes nearest. For black and white the operations are those of these modes.
-    Paint paint = sourced ? source : pattern;
-    if (!sourced && !patterned) {
-        if (operation == 0xAA) {
-            return;
-        }
-        paint = Paint();
-        paint.color = kWhite;
+    combine_by_blends(outline, rule, sourced ? source : pattern,
+                      sourced ? operation & 0x0F : (operation & 0x03) | (operation >> 2 & 0x0C));
+}
+
+// Without pixels: blends that come to the same for channels of nothing or all. The bits of `both` are the results for
+// 00, 01, 10 and 11, of the paint and what is there.
+void Device::combine_by_blends(const Outline& outline, FillRule rule, const Paint& paint, int both) {
+    const auto is = [&](std::initializer_list<int> those) {
+        return std::find(those.begin(), those.end(), both) != those.end();
+    };
+    const auto draw = [&](const Paint& with, Blend blend) {
+        m_canvas.begin_group();
+        m_canvas.fill(outline, rule, with, m_rendering.smooth);
+        m_canvas.end_group(1, blend);
+    };
+    if (is({0x1, 0x4, 0x5, 0x7, 0xD})) {  // of the inverse of what is there
+        Paint white;
+        white.color = kWhite;
+        draw(white, Blend::kDifference);
     }
-    Blend blend = Blend::kOver;
-    const uint8_t both =
-        sourced ? operation & 0x0F : static_cast<uint8_t>((operation & 0x03) | (operation >> 2 & 0x0C));
-    switch (both) {
-        case 0x8:
-            blend = Blend::kMultiply;
-            break;
-        case 0xE:
-            blend = Blend::kScreen;
-            break;
-        case 0x6:
-        case 0x5:
-            blend = Blend::kDifference;
-            break;
-        case 0xA:
-            return;
-        default:
-            break;
+    if (is({0x5, 0xA})) {
+        return;
     }
-    m_canvas.begin_group();
-    m_canvas.fill(outline, rule, paint, smooth);
-    m_canvas.end_group(1, blend);
+    draw(is({0x1, 0x2, 0x7, 0x9, 0xB}) ? inverse(paint) : paint, is({0x1, 0x2, 0x4, 0x8})   ? Blend::kMultiply
+                                                                 : is({0x7, 0xB, 0xD, 0xE}) ? Blend::kScreen
+                                                                 : is({0x6, 0x9})           ? Blend::kDifference
+                                                                                            : Blend::kOver);
 }
 
 void Device::paint(const Outline& outline, FillRule rule, const Paint& paint, int mix) {

@@ -160,6 +160,7 @@ class Device {
     void paint(const Outline& canvas_outline, FillRule rule, const Paint& paint, int mix);
     void combine(const Outline& canvas_outline, FillRule rule, const Paint& pattern, const Paint& source,
                  uint8_t operation);
+    void combine_by_blends(const Outline& canvas_outline, FillRule rule, const Paint& paint, int both);
 
     Canvas& m_canvas;
     CanvasClip& m_clip;
