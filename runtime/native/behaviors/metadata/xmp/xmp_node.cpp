@@ -2,6 +2,7 @@
 #include "runtime/native/behaviors/metadata/xmp/xmp_node.h"
 
 #include <algorithm>
+#include <map>
 
 #include "runtime/native/behaviors/metadata/xmp/xml_text.h"
 
@@ -9,25 +10,27 @@ namespace zelmor::embed {
 
 namespace {
 
+std::string element(const std::string& name, const XmpNode& node, const std::string& declaration = {}) {
+    const std::string language = node.language.empty() ? std::string() : xml_attribute("xml:lang", node.language);
+    const std::string content = node_content(node);
+    return "<" + name + declaration + language + (content.empty() ? "/>" : ">" + content + "</" + name + ">");
+}
+
 // The fields, each namespace declared at the structure once.
 std::string description(const std::vector<XmpNode>& fields, const std::string& front = {}) {
     std::string head = "<rdf:Description";
-    std::vector<std::string> declared;
+    std::map<std::string, std::string> declared;
     std::string body = front;
     for (const XmpNode& field : fields) {
-        if (std::find(declared.begin(), declared.end(), field.prefix) == declared.end()) {
-            head += xml_attribute("xmlns:" + field.prefix, field.uri);
-            declared.push_back(field.prefix);
+        const std::string declaration = xml_attribute("xmlns:" + field.prefix, field.uri);
+        const auto [known, added] = declared.emplace(field.prefix, field.uri);
+        if (added) {
+            head += declaration;
         }
-        body += node_element(field);
+        // A prefix that stands for another namespace there is declared anew at the field.
+        body += element(field.qualified_name(), field, known->second == field.uri ? std::string() : declaration);
     }
     return body.empty() ? head + "/>" : head + ">" + body + "</rdf:Description>";
-}
-
-std::string element(const std::string& name, const XmpNode& node) {
-    const std::string language = node.language.empty() ? std::string() : xml_attribute("xml:lang", node.language);
-    const std::string content = node_content(node);
-    return "<" + name + language + (content.empty() ? "/>" : ">" + content + "</" + name + ">");
 }
 
 std::string bare_content(const XmpNode& node) {

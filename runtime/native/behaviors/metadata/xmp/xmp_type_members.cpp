@@ -253,12 +253,9 @@ std::u16string XmpTokenObject::to_text() const {
     return to_utf16(m_token);
 }
 
-Ref<ManagedObject> find_xmp_token(const TypeInfo& type, std::string_view property_or_token) {
+Ref<ManagedObject> find_xmp_token(const TypeInfo& type, std::string_view word) {
     for (const Token& row : kTokens) {
-        if (std::string_view(row.property.type.name) != type.full_name) {
-            continue;
-        }
-        if (property_or_token == row.word || property_or_token == row.property.name) {
+        if (std::string_view(row.property.type.name) == type.full_name && word == row.word) {
             return token(row);
         }
     }

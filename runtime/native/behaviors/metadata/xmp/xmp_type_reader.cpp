@@ -1,6 +1,7 @@
 // Nodes of a packet as typed values; see xmp_types.h.
 #include <cassert>
 #include <charconv>
+#include <cmath>
 #include <optional>
 
 #include "generated/runtime/Zelmor.Imaging.Xmp.Types.Complex.h"
@@ -46,9 +47,12 @@ const PropertyInfo& info_of(const Record& record, const XmpField& field) {
 
 bool set_number(Record& record, const XmpField& field, const std::string& text) {
     const PropertyInfo& info = info_of(record, field);
-    if (info.wire == Wire::kSingle || info.wire == Wire::kDouble) {
+    if (info.wire == Wire::kSingle) {
         double number = 0;
-        if (!whole_number(text, number)) {
+        double written = 0;
+        // One that has more digits than the property holds would be written as another number.
+        if (!whole_number(text, number) || !std::isfinite(number) ||
+            !whole_number(to_utf8(number_text(static_cast<float>(number))), written) || written != number) {
             return false;
         }
         set_property(record, field.property, number);

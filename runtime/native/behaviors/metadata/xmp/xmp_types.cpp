@@ -41,9 +41,7 @@ std::string number_of(const Record& record, const char* name) {
 std::string date_text(const Record& record) {
     const Value& value = property(record, "Value");
     const auto whole = iso_date_text(value);
-    if (!whole) {
-        return to_utf8(text_of_value(value));
-    }
+    assert(whole.has_value());  // the property of a date is never null
     // The format may end early: after the year, the day or the minutes.
     const std::string format = to_utf8(property_string(record, "Format").value_or(u""));
     const bool zone = format.ends_with("zzz");
@@ -74,23 +72,14 @@ std::string choice_word(std::span<const XmpChoice> choices, int64_t number) {
     }
     return std::to_string(number);
 }
-// Text, a list of texts, or an XmpArray, as an ordered array.
-std::string texts_content(const Value& value) {
-    if (const auto* object = std::get_if<Ref<ManagedObject>>(&value)) {
-        if (const auto* array = dynamic_cast<const XmpArrayObject*>(object->get())) {
-            return array->xml_value();
-        }
-        if (const auto* list = dynamic_cast<const ManagedList*>(object->get())) {
-            XmpArrayObject array(XmpArrayKind::kOrdered);
-            for (size_t i = 0; i < list->size(); ++i) {
-                array.add(plain_text(list->get(i)));
-            }
-            return array.xml_value();
-        }
+
+// A list of texts as an ordered array.
+std::string texts_content(const ManagedList& list) {
+    XmpArrayObject array(XmpArrayKind::kOrdered);
+    for (size_t i = 0; i < list.size(); ++i) {
+        array.add(plain_text(list.get(i)));
     }
-    XmpArrayObject one(XmpArrayKind::kOrdered);
-    one.add(plain_text(value));
-    return one.xml_value();
+    return array.xml_value();
 }
 
 // The content of the element of a field; nothing if the property is null.
@@ -103,7 +92,7 @@ std::optional<std::string> field_content(const Record& record, const XmpField& f
         case XmpFieldKind::kNumber:
             return number_of(record, field.property);
         case XmpFieldKind::kTexts:
-            return texts_content(value);
+            return texts_content(cast_object<ManagedList>(*std::get<Ref<ManagedObject>>(value)));
         case XmpFieldKind::kRational:
         case XmpFieldKind::kStructure:
             return cast_object<XmpTypeObject>(*std::get<Ref<ManagedObject>>(value)).representation();

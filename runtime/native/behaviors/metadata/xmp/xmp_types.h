@@ -44,8 +44,8 @@ class XmpTokenObject final : public ManagedObject {
     const char* m_token;
 };
 
-// The object of such a class with this managed property name or this token; null where there is none.
-Ref<ManagedObject> find_xmp_token(const TypeInfo& type, std::string_view property_or_token);
+// The object of such a class that stands for this word of the format; null where there is none.
+Ref<ManagedObject> find_xmp_token(const TypeInfo& type, std::string_view word);
 
 // The value of a property that was read: text, a LangAlt, an XmpArray, one of the structures, or a ComplexTypeBase that
 // keeps the node as it is.
