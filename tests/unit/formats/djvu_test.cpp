@@ -102,6 +102,7 @@ TEST_F(DjvuFiles, BitonalPageIsGrayOfOneBit) {
     EXPECT_EQ(reader->header().resolution, (Resolution{200, 200}));
     EXPECT_TRUE(same(all_rows(*reader, 50), blocks(kWidth, kHeight)));
     EXPECT_EQ(document->header(0).facts.bits_per_pixel, 1);
+    EXPECT_EQ(document->reduction(0, 1), 1);
     EXPECT_EQ(document->reduction(0, 8), 1);
 }
 
@@ -130,10 +131,12 @@ TEST_F(DjvuFiles, LargePagesAreDrawnInStrips) {
     EXPECT_TRUE(same(all_rows(*reader, 999), rows));
 }
 
-TEST_F(DjvuFiles, PicturesAreDecodedSmhierr) {
+TEST_F(DjvuFiles, PicturesAreDecodedSmaller) {
     const auto document = opened(files->read("photo.djvu"));
-    EXPECT_EQ(document->reduction(0, 3), 2);
-    EXPECT_EQ(document->reduction(0, 100), 8);
+    const std::pair<int, int> divisors[] = {{1, 1}, {2, 2}, {3, 2}, {4, 4}, {7, 4}, {8, 8}, {12, 8}, {16, 8}, {100, 8}};
+    for (const auto& [most, divisor] : divisors) {
+        EXPECT_EQ(document->reduction(0, most), divisor) << most;
+    }
     for (const int divisor : {2, 4, 8}) {
         const auto reader = document->open_reduced(0, divisor);
         EXPECT_EQ(reader->header().width, (kWidth + divisor - 1) / divisor);

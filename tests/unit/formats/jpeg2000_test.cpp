@@ -233,6 +233,21 @@ TEST(Jpeg2000, FilesOfAnotherEncoderGiveItsDecodersPixels) {
     }
 }
 
+TEST(Jpeg2000, PicturesGetSmallerByNoMoreThanTheirLevels) {
+    const OracleDirectory files;
+    files.write("in.pgm", portable_map(40, 30, 1, 255, waves(40, 30, 1)));
+    files.run("opj_compress -i in.pgm -o a.j2k -n 3");
+    Bytes file = files.read("a.j2k");
+    const size_t coding = find(file, "\xFF\x52");  // its marker, and the levels behind the form of the packets
+    ASSERT_EQ(file[coding + 9], 2);
+    for (const uint8_t levels : {0, 1, 15, 16, 17, 32}) {  // of 32 that a file can have, 16 are used
+        file[coding + 9] = levels;
+        const auto frames = opened(file);
+        EXPECT_EQ(frames->reduction(0, 1 << 20), 1 << std::min<int>(levels, 16)) << int{levels};
+        EXPECT_EQ(frames->reduction(0, 1), 1);
+    }
+}
+
 TEST(Jpeg2000, SmallerPicturesAreThoseOfTheOtherDecoder) {
     const OracleDirectory files;
     files.write("in.ppm", portable_map(213, 150, 3, 255, waves(213, 150, 3)));

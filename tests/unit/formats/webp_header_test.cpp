@@ -166,6 +166,12 @@ TEST(WebpHeader, TheExtendedHeader) {
     EXPECT_EQ(plain.background, WebpEncoding().background);
     EXPECT_EQ(plain.loops, 0);
     EXPECT_EQ(found(joined({frame({}, lossy(6, 4)), animation})).loops, WebpEncoding().loops);
+    // The head of a chunk tells its kind, even where the file ends behind it; less than a head tells nothing.
+    const Bytes whole = riff(joined({extended(0, 6, 4), lossless(6, 4, false)}));
+    for (size_t size = 30; size <= whole.size(); size++) {
+        const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+        EXPECT_EQ(settings(probe(cut)).lossless, size >= 30 + 8) << size;
+    }
 }
 
 TEST(WebpEnd, WhereTheHeaderSays) {

@@ -5,6 +5,7 @@
 #include <array>
 #include <cassert>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -65,14 +66,14 @@ std::vector<uint8_t> headers_of_file(const ByteReader& in, uint32_t header_size,
 // The same for 32 bits a pixel without bit fields: in an icon, the fourth byte is alpha, which a BMP file tells by a
 // mask.
 std::vector<uint8_t> headers_with_alpha(const ByteReader& in, int64_t height) {
-    static constexpr std::array<uint32_t, 4> kMasks{0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
+    static constexpr uint32_t kMasks[] = {0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
     std::vector<uint8_t> file = headers_of_file(in, kPlainHeader, kPlainHeader, height);
     set_u32(file, 10, kFileHeader + kLongHeader);
     file.resize(kFileHeader + kLongHeader);
     set_u32(file, kFileHeader, kLongHeader);
     set_u32(file, kFileHeader + 16, kBiBitFields);
     set_u32(file, kFileHeader + 32, 0);  // colors of a palette
-    for (size_t i = 0; i < kMasks.size(); i++) {
+    for (size_t i = 0; i < std::size(kMasks); i++) {
         set_u32(file, kFileHeader + kPlainHeader + 4 * i, kMasks[i]);
     }
     return file;

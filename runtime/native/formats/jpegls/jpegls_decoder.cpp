@@ -218,9 +218,10 @@ class Scan {
         return static_cast<uint32_t>(high) << k | m_bits.take(k);
     }
 
+    // The errors of sound samples are less than 2^16, and so is their mean, a / n.
     static int parameter(int32_t n, int64_t a) {
         int k = 0;
-        while (k < 24 && int64_t{n} << k < a) {
+        while (int64_t{n} << k < a) {
             k++;
         }
         return k;
@@ -321,7 +322,10 @@ class Scan {
         const uint32_t mapped = golomb(k, m_limit - kRunLengths[static_cast<size_t>(run_index)] - 1);
         const auto twice = static_cast<int64_t>(mapped) + like;
         const bool odd = (twice & 1) != 0;
-        const auto size = static_cast<int32_t>(std::min<int64_t>((twice + (odd ? 1 : 0)) / 2, 65536));
+        const auto size = static_cast<int32_t>((twice + (odd ? 1 : 0)) / 2);
+        if (size > 65535) {
+            throw EndOfData();
+        }
         const int32_t error = (k != 0 || 2 * context.c >= context.n) == odd ? -size : size;
         context.c += error < 0 ? 1 : 0;
         constexpr int64_t kFar = 1 << 28;  // which no sound data reach

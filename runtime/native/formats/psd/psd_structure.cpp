@@ -177,7 +177,7 @@ PsdFile read_psd_structure(ByteSource& bytes, uint64_t file_size) {
     const auto section = [&](const char* name, bool long_length) {
         const uint64_t digits = long_length ? 8 : 4;
         PsdRange range{at + digits, long_length ? in.u64(at) : in.u32(at)};
-        if (!in.ok() || range.at > file_size || range.size > file_size - range.at) {
+        if (!in.ok() || range.size > file_size - range.at) {
             damaged(std::string("the file ends in its ") + name);
         }
         at = range.end();
