@@ -46,9 +46,8 @@ void DescribedFile::write_whole(EncodedBytes file) {
 
 imagework::EditableFile* DescribedFile::editable() {
     assert(!m_pictures.empty() && m_head.empty() && !m_has_head && m_whole.data == nullptr);
-    if (gets_metadata_in_place(m_format)) {
-        m_edited = m_target.editable();
-    }
+    assert(gets_metadata_in_place(m_format));
+    m_edited = m_target.editable();
     return m_edited;
 }
 
@@ -60,9 +59,7 @@ void DescribedFile::finish() {
     if (m_has_head) {
         return m_target.write(unsigned_bytes_of(m_tail));
     }
-    if (m_whole.data == nullptr) {
-        m_whole = imagework::to_encoded(std::exchange(m_head, {}));
-    }
+    assert(m_whole.data != nullptr && m_head.empty());  // what comes piece by piece has a head
     EncodedBytes file = std::exchange(m_whole, {});
     std::vector<uint8_t> described = file_with_metadata(file.bytes(), m_pictures, m_options);
     m_target.write_whole(described.empty() ? std::move(file) : imagework::to_encoded(std::move(described)));

@@ -526,13 +526,7 @@ std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, std::span
     if (container == nullptr || container->write == nullptr) {
         return {};
     }
-    if (container->has_tags) {
-        imagework::MemorySink memory;
-        memory.write(file);
-        tag_pages(memory, pictures, options, *container);
-        const imagework::EncodedBytes tagged = memory.take();
-        return {tagged.bytes().begin(), tagged.bytes().end()};
-    }
+    assert(!container->has_tags);  // it gets them in place
     const auto write = wanted_metadata(bytes, pictures[0], options, *container);
     return write ? unsigned_bytes(container->write(bytes, *write)) : std::vector<uint8_t>();
 }

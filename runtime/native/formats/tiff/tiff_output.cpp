@@ -38,26 +38,9 @@ void TiffOutput::close_page() {
     }
 }
 
-tmsize_t TiffOutput::read(thandle_t self, void* out, tmsize_t count) {
-    TiffOutput& to = output(self);
-    const uint64_t header = to.m_form.header_size();
-    const uint64_t size = to.m_file.size();
-    const auto left = static_cast<tmsize_t>(size - std::min(to.m_position, size));
-    const std::span<uint8_t> bytes(static_cast<uint8_t*>(out), static_cast<size_t>(std::min(count, left)));
-    if (bytes.empty() || to.m_given_up) {
-        return 0;
-    }
-    try {
-        to.m_file.read_at(to.m_position, bytes);
-    } catch (...) {
-        to.m_log.keep_exception();
-        return -1;
-    }
-    for (uint64_t at = to.m_position; at < header && at - to.m_position < bytes.size(); at++) {
-        bytes[at - to.m_position] = to.m_header[at];
-    }
-    to.m_position += bytes.size();
-    return static_cast<tmsize_t>(bytes.size());
+// Pages are linked here, and not by the library, which would have to read those before.
+tmsize_t TiffOutput::read(thandle_t, void*, tmsize_t) {
+    return -1;
 }
 tmsize_t TiffOutput::write(thandle_t self, void* bytes, tmsize_t count) {
     TiffOutput& to = output(self);
