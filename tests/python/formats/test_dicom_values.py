@@ -53,7 +53,8 @@ def packed(code: str, *values: Any) -> dict[str, bytes]:
 #: A type, its values in both orders, and the text that stands for them.
 VALUES: list[tuple[str, dict[str, bytes], str]] = [
     ("US", packed("H", 0, 65535, 7), "0\\65535\\7"), ("SS", packed("h", -32768, 32767, -1), "-32768\\32767\\-1"),
-    ("UL", packed("I", 0, 2 ** 32 - 1), "0\\4294967295"), ("SL", packed("i", -2 ** 31, 2 ** 31 - 1), "-2147483648\\2147483647"),
+    ("UL", packed("I", 0, 2 ** 32 - 1), "0\\4294967295"), ("SL", packed("i", -2 ** 31, 2 ** 31 - 1),
+                                                           "-2147483648\\2147483647"),
     ("FL", packed("f", 0.5, -1024.25), "0.5\\-1024.25"), ("FD", packed("d", 0.1, -1e300), "0.1\\-1e+300"),
     ("US", packed("H", *range(64)), "\\".join(map(str, range(64)))),
     ("US", packed("H", *range(65)), "\\".join(map(str, range(64))) + "\\..."),
@@ -78,7 +79,8 @@ def test_values_of_every_type_as_text(syntax: str, kind: str, values: dict[str, 
     ("Müller".encode(), "Müller"), ("Müller".encode("latin-1"), "Müller"), ("\U0001F600 字".encode(), "\U0001F600 字"),
     (b"a\x01b\x7fc\x1f", "a b c "), (b" a b \0", "a b"), (b"\xc2\x80", "\x80"), (b"\xc1\xbf", "\xc1\xbf"),
     (b"\xc0\x80", "\xc0\x80"), (b"\xf4\x80\x80\x80", "\U00100000"), (b"\xf5\x80\x80\x80", "\xf5\x80\x80\x80"),
-    (b"\xc3a", "\xc3a"), (b"\xe5\xad", "\xe5\xad"), (b"\xe5\xada", "\xe5\xada"), (b"\xbf", "\xbf"), (b"\xdf\xbf", "\u07ff"),
+    (b"\xc3a", "\xc3a"), (b"\xe5\xad", "\xe5\xad"), (b"\xe5\xada", "\xe5\xada"), (b"\xbf", "\xbf"), (b"\xdf\xbf",
+                                                                                                     "\u07ff"),
     (b"\xef\xbf\xbd", "\ufffd"), (b"\xc3\xc3\xa4", "\xc3\xc3\xa4"), (b"~ ", "~")])
 def test_texts_in_utf_8_and_in_latin_1(value: bytes, text: str) -> None:
     assert f"(0010,0010) PN Patient's Name: {text}" in lines_of(picture(GRAY, more=[(0x00100010, "PN", value)]))
@@ -162,7 +164,8 @@ def test_pages_of_two_kinds_are_of_the_kind_that_holds_both(first: str, second: 
     file = written(image)
     names = {first, second}
     colored, deep = names - {"gray", "deep"}, names & {"deep", "colors of 16 bits"}
-    assert (file.SamplesPerPixel, file.BitsAllocated, file.NumberOfFrames) == (3 if colored else 1, 16 if deep else 8, 2)
+    assert (file.SamplesPerPixel, file.BitsAllocated, file.NumberOfFrames) == (3 if colored else 1, 16 if deep else 8,
+                                                                               2)
     found = file.pixel_array.astype(float) * (1 if deep else 257)
     for page, name in zip(found, (first, second)):
         page = page if page.ndim == 3 else np.dstack([page] * 3)
@@ -260,7 +263,8 @@ def test_frames_with_fill_bytes_before_their_markers() -> None:
 
 @pytest.mark.parametrize(("array", "syntax", "frame", "text"), [
     (GRAY, BASELINE, jpeg(GRAY[:5]), "a frame has 10 by 5 pixels of 1 samples, where the header tells of 10 by 6 of 1"),
-    (GRAY, BASELINE, jpeg(GRAY[:, :9]), "a frame has 9 by 6 pixels of 1 samples, where the header tells of 10 by 6 of 1"),
+    (GRAY, BASELINE, jpeg(GRAY[:, :9]),
+     "a frame has 9 by 6 pixels of 1 samples, where the header tells of 10 by 6 of 1"),
     (GRAY, BASELINE, jpeg(COLOR), "a frame has 10 by 6 pixels of 3 samples, where the header tells of 10 by 6 of 1"),
     (COLOR, BASELINE, jpeg(GRAY), "a frame has 10 by 6 pixels of 1 samples, where the header tells of 10 by 6 of 3"),
     (GRAY, JPEG_2000, codestream(COLOR), "a frame has 3 components of 8 bits, where the header tells of 1"),
@@ -279,7 +283,8 @@ def test_frames_that_contradict_their_header(array: Pixels, syntax: str, frame: 
 @pytest.mark.parametrize("marker", [0xC5, 0xC6, 0xC7, 0xCB, 0xCD, 0xCE, 0xCF])
 def test_codings_of_jpeg_that_are_not_read(marker: int) -> None:
     frame = jpeg(GRAY).replace(b"\xff\xc0", bytes([0xFF, marker]))
-    with managed_error("[A-Za-z]+", f"this is a DICOM file with a coding of JPEG (frame marker {marker}) that is not read"):
+    with managed_error("[A-Za-z]+",
+                       f"this is a DICOM file with a coding of JPEG (frame marker {marker}) that is not read"):
         shown(opened(encapsulated(GRAY, BASELINE, frame)))
 
 
@@ -329,6 +334,7 @@ def test_pieces_that_belong_to_no_frame(kind: str) -> None:
     else:
         count = 2
     data = encapsulated(arrays[:count], BASELINE, *pieces, frames=count)
-    with managed_error("ImageLoadException", f"the file does not tell which of its {len(pieces)} pieces of pixels belong "
+    with managed_error("ImageLoadException",
+                       f"the file does not tell which of its {len(pieces)} pieces of pixels belong "
                        f"to which of its {count} frames"):
         opened(data)

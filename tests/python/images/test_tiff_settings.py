@@ -175,7 +175,8 @@ def test_sizes_of_tiles(width: int, height: int, fits: bool) -> None:
         page, = tiff.pages(saved(options))
         assert (page.number(tiff.TILE_WIDTH), page.number(tiff.TILE_HEIGHT)) == (width, height)
     else:
-        with managed_error("ArgumentOutOfRangeException", f"The tile size {width} by {height} is not of multiples of 16 "
+        with managed_error("ArgumentOutOfRangeException",
+                           f"The tile size {width} by {height} is not of multiples of 16 "
                            "up to 32768. (Parameter 'TileWidth')"):
             saved(options)
 
@@ -184,7 +185,8 @@ def test_sizes_of_tiles(width: int, height: int, fits: bool) -> None:
 @pytest.mark.parametrize("numbers", [(0, 1), (0, 0), (1, 0)])
 def test_resolutions_that_are_none(name: str, numbers: tuple[int, int]) -> None:
     property_name = name.capitalize()
-    with managed_error("ArgumentOutOfRangeException", f"The value of TiffOptions.{property_name} is no positive number. "
+    with managed_error("ArgumentOutOfRangeException",
+                       f"The value of TiffOptions.{property_name} is no positive number. "
                        f"(Parameter '{property_name}')"):
         saved(settings(**RGB8, **{name: TiffRational(*numbers)}))
 

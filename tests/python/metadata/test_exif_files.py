@@ -1,4 +1,4 @@
-"""EXIF data of files beside exiftool and Pillow: every directory, notes that end far behind, and values of odd kinds."""
+"""EXIF data of files beside exiftool and Pillow: every directory, notes that end far behind, odd kinds of values."""
 
 from __future__ import annotations
 
@@ -113,7 +113,8 @@ def test_fractions_of_tags_of_other_kinds() -> None:
 @pytest.mark.parametrize(("stored", "order", "text"), [
     (b"ASCII\0\0\0plain", "<", "plain"), (b"ASCII\0\0\0plain \0 \0", "<", "plain"), (b"ASCII\0\0\0", "<", ""),
     (b"\0" * 8 + b" a b\0", "<", " a b"), (b"ASCII\0\0\0\0\0\0", "<", ""),
-    (b"UNICODE\0" + "\xc4b".encode("utf-16-le"), "<", "\xc4b"), (b"UNICODE\0" + "\xc4b".encode("utf-16-be"), ">", "\xc4b"),
+    (b"UNICODE\0" + "\xc4b".encode("utf-16-le"), "<", "\xc4b"), (b"UNICODE\0" + "\xc4b".encode("utf-16-be"), ">",
+                                                                 "\xc4b"),
     (b"UNICODE\0" + "a\0b\0\0".encode("utf-16-le"), "<", "a\0b"), (b"UNICODE\0" + bytes(6), "<", ""),
     (b"UNICODE\0" + b"a\0b", "<", "a"), (b"UNICODE\0", "<", "")])
 def test_comments_that_are_filled_up(stored: bytes, order: str, text: str) -> None:

@@ -75,7 +75,8 @@ def test_where_a_reader_may_read(kind: Any) -> None:
     assert [bytes(reader.read_bytes(at, count)) for at, count in ((0, 0), (8, 0), (9, 0), (0, 8), (7, 1))] == [
         b"", b"", b"", bytes(range(8)), b"\x07"]
     for position, count in ((0, 9), (8, 1), (9, 1), (1, 8)):
-        with managed_error("EndOfStreamException", f"There are no {count} values of 1 bytes at the position {position}."):
+        with managed_error("EndOfStreamException",
+                           f"There are no {count} values of 1 bytes at the position {position}."):
             reader.read_bytes(position, count)
     assert len(list(reader.read_u_short_array(0, 4))) == 4
     with managed_error("EndOfStreamException", "There are no 4 values of 2 bytes at the position 1."):
@@ -92,7 +93,8 @@ def test_where_a_reader_may_read(kind: Any) -> None:
 def test_where_a_reader_puts_bytes() -> None:
     reader = TiffStreamReader(b"abcdef")
     for index in (-1, 5):
-        with managed_error("ArgumentOutOfRangeException", "The index is not within the 4 bytes. (Parameter 'array_index')"):
+        with managed_error("ArgumentOutOfRangeException",
+                           "The index is not within the 4 bytes. (Parameter 'array_index')"):
             reader.read_bytes(bytearray(4), index, 0, 0)
     for index, count in ((0, 5), (4, 1), (3, 2), (0, -1)):
         with managed_error("ArgumentOutOfRangeException",
@@ -112,7 +114,8 @@ def test_parts_of_bytes(kind: Any) -> None:
         assert (reader.length, bytes(reader.read_bytes(0, length))) == (length, b"abcdef"[start:start + length])
     assert kind(b"abcdef", 2).length == 4
     for arguments in ((-1,), (7,), (-1, 0), (7, 0)):
-        with managed_error("ArgumentOutOfRangeException", "The index is not within the 6 bytes. (Parameter 'start_index')"):
+        with managed_error("ArgumentOutOfRangeException",
+                           "The index is not within the 6 bytes. (Parameter 'start_index')"):
             kind(b"abcdef", *arguments)
     for start, length in ((0, 7), (6, 1), (3, 4), (0, -1)):
         with managed_error("ArgumentOutOfRangeException",
@@ -176,7 +179,8 @@ def test_entries_of_tags(kind: Any, code: str, word: int, last: int) -> None:
             assert file.getvalue() == struct.pack(code, 700, 3, count) + data.ljust(word, b"\0")
             written = made.write_additional_data(writer)
             assert file.getvalue()[4 + 2 * word:] == (
-                struct.pack(f"{order}{count}H", *range(1, count + 1)).ljust(written, b"\0") if 2 * count > word else b"")
+                struct.pack(f"{order}{count}H", *range(1, count + 1)).ljust(written,
+                                                                            b"\0") if 2 * count > word else b"")
     for offset in (-1, *([last + 1] if word == 4 else [])):
         with managed_error("ArgumentOutOfRangeException", "The offset does not fit in the entry of a tag. "
                            "(Parameter 'additional_data_offset')"):
@@ -238,7 +242,8 @@ def test_bytes_of_a_tag_without_a_kind(values: Any, expected: bytes) -> None:
 
 
 @pytest.mark.parametrize(("values", "error", "text"), [
-    ([256], "OverflowException", "The number 256 is no byte."), ([-1], "OverflowException", "The number -1 is no byte."),
+    ([256], "OverflowException", "The number 256 is no byte."), ([-1], "OverflowException",
+                                                                 "The number -1 is no byte."),
     ([0, "a"], "InvalidCastException", "System.String"), ([0.5], "InvalidCastException", "System.Double"),
     ([None], "InvalidCastException", "System.Byte")])
 def test_values_that_are_no_bytes(values: Any, error: str, text: str) -> None:
@@ -250,21 +255,24 @@ def test_values_that_are_no_bytes(values: Any, error: str, text: str) -> None:
 
 def test_types_of_the_factory() -> None:
     for number, name in ((1, "Byte"), (2, "ASCII"), (3, "Short"), (4, "Long"), (5, "Rational"), (6, "SByte"),
-                         (7, "Undefined"), (8, "SShort"), (9, "SLong"), (10, "SRational"), (11, "Float"), (12, "Double"),
+                         (7, "Undefined"), (8, "SShort"), (9, "SLong"), (10, "SRational"), (11, "Float"), (12,
+                                                                                                           "Double"),
                          (13, "Ifd"), (16, "Long8"), (17, "SLong8"), (18, "Ifd8")):
         made = TiffTagFactory.create_instance(number, 700)
         kind = getattr(types, f"Tiff{name}Type")
         assert type(kind._cast_to(made).value) is kind
         assert (made.id, int(made.tag_type), made.count) == (700, number, 0)
     for number in (0, 14, 15, 19, 65535):
-        with managed_error("ArgumentOutOfRangeException", f"The number {number} is no type of TIFF. (Parameter 'data_type')"):
+        with managed_error("ArgumentOutOfRangeException",
+                           f"The number {number} is no type of TIFF. (Parameter 'data_type')"):
             TiffTagFactory.create_instance(number, 700)
 
 
 def test_numbers_of_tags_in_other_kinds() -> None:
     """A file may have a number in a tag of another kind than the format states."""
     options = TiffOptions(TiffExpectedFormat.DEFAULT)
-    for kind in (types.TiffByteType, types.TiffShortType, types.TiffLongType, types.TiffLong8Type, types.TiffSShortType):
+    for kind in (types.TiffByteType, types.TiffShortType, types.TiffLongType, types.TiffLong8Type,
+                 types.TiffSShortType):
         options.add_tag(tag(kind, TiffTags.COMPRESSION, [5]))
         assert int(options.compression) == 5
     for kind, value, text in ((types.TiffASCIIType, "a", "System.String"),

@@ -154,7 +154,8 @@ def test_the_order_of_attributes_is_no_difference() -> None:
 
 
 @pytest.mark.parametrize(("make", "other"), [
-    (lambda: LangAlt("a"), LangAlt("b")), (lambda: XmpArray(XmpArrayType.ORDERED, ["a"]), XmpArray(XmpArrayType.ORDERED)),
+    (lambda: LangAlt("a"), LangAlt("b")), (lambda: XmpArray(XmpArrayType.ORDERED, ["a"]),
+                                           XmpArray(XmpArrayType.ORDERED)),
     (lambda: XmpArray(XmpArrayType.UNORDERED, ["a"]), XmpArray(XmpArrayType.ORDERED, ["a"])),
     (lambda: XmpMeta("a"), XmpMeta("b")), (lambda: XmpHeaderPi("a"), XmpHeaderPi("b")),
     (lambda: XmpTrailerPi(True), XmpTrailerPi(False)), (lambda: Rational(1, 3), Rational(1, 4)),

@@ -124,7 +124,8 @@ STRUCTURES: list[tuple[Any, str, dict[str, str], dict[str, Any]]] = [
                          ids=[f"{row[0].__name__}-{at}" for at, row in enumerate(STRUCTURES)])
 def test_structures_become_objects_of_their_classes(kind: Any, prefix: str, fields: dict[str, str],
                                                     values: dict[str, Any]) -> None:
-    for content, attributes in ((described(prefix, fields), ""), (elements(prefix, fields), 'rdf:parseType="Resource"')):
+    for content, attributes in ((described(prefix, fields), ""), (elements(prefix, fields),
+                                                                  'rdf:parseType="Resource"')):
         thing = read_thing(content, attributes)
         assert type(thing) is kind
         for name, value in values.items():
@@ -262,7 +263,8 @@ def test_forms_of_structures(content: str, attributes: str, written: str) -> Non
 
 @pytest.mark.parametrize(("content", "attributes", "text"), [
     ("text", "", "text"), (" a\nb ", "", " a\nb "), ("", "", ""), ("a &amp; &#xe9;", "", "a & \xe9"),
-    ("text", 'plain="1"', "text"), ("", 'plain="1"', ""), ("text", 'rdf:ID="x"', "text"), ("text", 'rdf:about=""', "text"),
+    ("text", 'plain="1"', "text"), ("", 'plain="1"', ""), ("text", 'rdf:ID="x"', "text"), ("text", 'rdf:about=""',
+                                                                                           "text"),
     ("", 'rdf:resource="http://example.org/?a=1&amp;b=2"', "http://example.org/?a=1&b=2"),
     ("<rdf:value>7</rdf:value>", 'rdf:parseType="Resource"', "7"), ("", 'rdf:value="7"', "7"),
     ("<rdf:Description><rdf:value>7</rdf:value></rdf:Description>", "", "7")])
@@ -274,8 +276,8 @@ def test_languages_of_values() -> None:
     """The language stands at the property, or at the value of a qualified one; that of the property is the nearer."""
     for at_property, at_value, kept in (('xml:lang="de"', "", "de"), ("", 'xml:lang="en"', "en"),
                                         ('xml:lang="de"', 'xml:lang="en"', "de")):
-        package = read(f"<own:thing {at_property}><rdf:Description><rdf:value {at_value}>7</rdf:value></rdf:Description>"
-                       "</own:thing>").get_package(OWN)
+        value = f"<rdf:Description><rdf:value {at_value}>7</rdf:value></rdf:Description>"
+        package = read(f"<own:thing {at_property}>{value}</own:thing>").get_package(OWN)
         assert f'<own:thing xml:lang="{kept}">7</own:thing>' in package.get_xml_value()
     spoken = read('<own:thing xml:lang="de" own:a="1"/>').get_package(OWN)
     assert 'xml:lang="de"' in spoken.get_xml_value() and "<own:a>1</own:a>" in spoken.get_xml_value()
@@ -338,7 +340,8 @@ def test_attributes_of_the_outer_element() -> None:
     ("<?xpacket begin='' id='it'?>", '<?xpacket end="w"?>', "it", True),
     ('<?other id="x" end="r"?>', '<?other end="r"?>', None, True),
     ("<?xpacket id=?>", "<?xpacket end=?>", None, True), ('<?xpacket id="?>', "<?xpacket end='?>", None, True),
-    ('<?xpacket id="open?>', "<?xpacket end='r\"?>", None, True), ('<?xpacket id=""?>', '<?xpacket end=""?>', None, True),
+    ('<?xpacket id="open?>', "<?xpacket end='r\"?>", None, True), ('<?xpacket id=""?>', '<?xpacket end=""?>', None,
+                                                                   True),
     ("<?xpacket?>", "\n<?xpacket nothing?>\0\0", None, True), ("", "\0", None, True), ("", "", None, True)])
 def test_instructions_around_a_packet(before: str, behind: str, guid: str | None, writable: bool) -> None:
     packet = f'{before}<rdf:RDF xmlns:rdf="{RDF}"><rdf:Description own:a="1" xmlns:own="{OWN}"/></rdf:RDF>{behind}'

@@ -183,6 +183,35 @@ TEST(Jpeg2000, OtherProgramsReadWhatIsWritten) {
     EXPECT_TRUE(same(map_samples(files.read("b.ppm")), read_rows(files.read("b.j2k"))));
 }
 
+TEST(Jpeg2000, LargePicturesAreWrittenInTiles) {
+    const OracleDirectory files;
+    constexpr Jpeg2000Tiling kTiling{1500, 32};
+    struct Case {
+        int32_t width;
+        int32_t height;
+        int columns;
+        int rows;
+    };
+    for (const Case& each : {Case{50, 30, 1, 1}, Case{51, 30, 2, 1}, Case{64, 32, 2, 1}, Case{65, 33, 3, 2},
+                             Case{20, 100, 1, 4}, Case{1501, 1, 47, 1}}) {
+        for (const int bands : {1, 3}) {
+            for (const int32_t step : {1, 7, 1000}) {
+                const RowsHeader header = header_of(each.width, each.height, bands == 3 ? kRgb : kGray);
+                const Bytes rows = waves(each.width, each.height, bands);
+                Bytes file;
+                write_all(*make_jpeg2000_writer(header, {}, file, kTiling), header, rows, std::min(step, each.height));
+                EXPECT_TRUE(same(read_rows(file), rows)) << each.width;
+                const Jpeg2000Grid grid = jpeg2000_structure(ByteReader(file)).grid;
+                EXPECT_EQ(static_cast<int>(grid.columns()), each.columns);
+                EXPECT_EQ(static_cast<int>(grid.rows()), each.rows);
+                files.write("a.jp2", file);
+                files.run("opj_decompress -i a.jp2 -o out.p" + std::string(bands == 3 ? "pm" : "gm"));
+                EXPECT_TRUE(same(map_samples(files.read(bands == 3 ? "out.ppm" : "out.pgm")), rows)) << each.width;
+            }
+        }
+    }
+}
+
 TEST(Jpeg2000, RatiosMakeLayersOfThatSize) {
     const RowsHeader header = header_of(256, 256, kRgb);
     std::mt19937 random(1);

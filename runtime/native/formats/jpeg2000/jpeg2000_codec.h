@@ -37,12 +37,18 @@ SharedFrames open_jpeg2000(const SharedSource& source, const Jpeg2000Reading& re
 // Refuses settings that no file can have; PictureError(kEncoding).
 void check_jpeg2000_encoding(const Jpeg2000Encoding& encoding);
 
+// A picture of more pixels is cut into tiles of this side, so that its rows need not all be in memory.
+struct Jpeg2000Tiling {
+    int64_t pixels_of_one_tile = int64_t{1} << 26;
+    int32_t side = 2048;
+};
+
 // Writes gray, RGB or CMYK with or without alpha, of integers of 8, 16 or 32 bits, signed or not, and indexed pictures;
 // the last of 32 bits lose all below 24. A bare codestream has no palette, inks, resolution, profile or metadata:
 // pictures that need the first two are refused, as are settings with the last. PictureError(kEncoding). The file is in
 // `out` when the writer has finished.
 std::unique_ptr<RowWriter> make_jpeg2000_writer(const RowsHeader& header, const Jpeg2000Encoding& encoding,
-                                                std::vector<uint8_t>& out);
+                                                std::vector<uint8_t>& out, const Jpeg2000Tiling& tiling = {});
 
 }  // namespace zelmor::imagework
 

@@ -24,9 +24,6 @@ using Bytes = std::vector<uint8_t>;
 constexpr int kMostBits = 24;
 // The library's encoder computes with 32 bits; more of a sample would overflow on the way.
 constexpr int kMostWrittenBits = 20;
-// A picture of more pixels is cut into tiles of this side, so that its rows need not all be in memory.
-constexpr int64_t kPixelsOfOneTile = int64_t{1} << 26;
-constexpr int32_t kTileSide = 2048;
 constexpr size_t kMostComment = 65535 - 4;
 
 [[noreturn]] void refuse(const std::string& reason) {
@@ -81,7 +78,7 @@ int bits_of(const PixelForm& form) {
 
 class Jpeg2000Writer final : public RowWriter {
  public:
-    Jpeg2000Writer(const RowsHeader& header, const Jpeg2000Encoding& encoding, Bytes& out)
+    Jpeg2000Writer(const RowsHeader& header, const Jpeg2000Encoding& encoding, Bytes& out, const Jpeg2000Tiling& tiling)
         : m_header(header), m_encoding(encoding), m_out(out) {
         check_jpeg2000_encoding(encoding);
         const PixelForm& form = header.form;
@@ -93,9 +90,9 @@ class Jpeg2000Writer final : public RowWriter {
         check_form();
         m_bands = static_cast<size_t>(form.bands());
         m_sample = m_bits <= 8 ? 1 : m_bits <= 16 ? 2 : 4;
-        const bool tiles = int64_t{header.width} * header.height > kPixelsOfOneTile;
-        m_tile_width = tiles ? std::min(kTileSide, header.width) : header.width;
-        m_tile_height = tiles ? std::min(kTileSide, header.height) : header.height;
+        const bool tiles = int64_t{header.width} * header.height > tiling.pixels_of_one_tile;
+        m_tile_width = tiles ? std::min(tiling.side, header.width) : header.width;
+        m_tile_height = tiles ? std::min(tiling.side, header.height) : header.height;
         m_out.clear();
         if (encoding.codec == Jpeg2000Codec::kJp2) {
             m_out = jpeg2000_boxes(header, encoding, m_bits, m_signed);
@@ -348,8 +345,8 @@ void check_jpeg2000_encoding(const Jpeg2000Encoding& encoding) {
 }
 
 std::unique_ptr<RowWriter> make_jpeg2000_writer(const RowsHeader& header, const Jpeg2000Encoding& encoding,
-                                                std::vector<uint8_t>& out) {
-    return std::make_unique<Jpeg2000Writer>(header, encoding, out);
+                                                std::vector<uint8_t>& out, const Jpeg2000Tiling& tiling) {
+    return std::make_unique<Jpeg2000Writer>(header, encoding, out, tiling);
 }
 
 }  // namespace zelmor::imagework
