@@ -83,21 +83,6 @@ void check_sides(const Picture& picture, Format format) {
     }
 }
 
-void VipsPicture::flatten(Argb background) {
-    if (!has_alpha()) {
-        return;
-    }
-    to_direct();
-    admit(background | kBlack);
-    const std::vector<double> color = ink_of(background | kBlack);
-    apply("the background could not be put in", [&] {
-        const std::vector<double> colors(color.begin(), color.end() - 1);
-        const VImage flat =
-            image().flatten(VImage::option()->set("background", colors)->set("max_alpha", channel_max(image())));
-        return rounded_like(flat, image());
-    });
-}
-
 void VipsPicture::lose_alpha(const Encoding& encoding) {
     if (encoding.blend_alpha) {
         return flatten(encoding.background);

@@ -1,4 +1,5 @@
 // Cutting, placing, turning and mirroring.
+#include <algorithm>
 #include <cmath>
 
 #include "runtime/native/imagework/vips/quarter_turns.h"
@@ -35,11 +36,16 @@ VImage turned(const VImage& image, double degrees, bool grow, std::vector<double
         height = static_cast<int32_t>(
             std::ceil(std::fabs(image.width() * sine) + std::fabs(image.height() * cosine) - kSlack));
     }
-    bool alpha = has_alpha_band(image);
+    const bool alpha = has_alpha_band(image);
+    const double top = channel_max(image);
+    if (alpha && image.format() == VIPS_FORMAT_UINT) {
+        std::transform(fill.begin(), fill.end(), fill.begin(), [&](double level) { return level / top; });
+        return by_shares(image, [&](const VImage& shares) { return turned(shares, degrees, grow, fill); });
+    }
     VImage source = image;
     if (alpha) {
-        source = image.premultiply(VImage::option()->set("max_alpha", channel_max(image)));
-        double share = fill.back() / channel_max(image);
+        source = image.premultiply(VImage::option()->set("max_alpha", top));
+        const double share = fill.back() / top;
         for (size_t i = 0; i + 1 < fill.size(); i++) {
             fill[i] *= share;
         }
@@ -55,8 +61,7 @@ VImage turned(const VImage& image, double degrees, bool grow, std::vector<double
                                       ->set("extend", VIPS_EXTEND_BACKGROUND)
                                       ->set("background", fill)
                                       ->set("premultiplied", true));
-    return rounded_like(alpha ? result.unpremultiply(VImage::option()->set("max_alpha", channel_max(image))) : result,
-                        image);
+    return rounded_like(alpha ? result.unpremultiply(VImage::option()->set("max_alpha", top)) : result, image);
 }
 
 }  // namespace

@@ -36,6 +36,21 @@ void lay_over(const Sample* top, Sample* below, int colors, bool below_has_alpha
     }
 }
 
+// Lays a row of pixels with alpha over one color. Floating alphas count within their range.
+template <class Sample>
+void lay_on_color(const Sample* from, const std::vector<double>& color, Sample* to, size_t count) {
+    const size_t colors = color.size();
+    for (size_t i = 0; i < count; i++, from += colors + 1, to += colors) {
+        const auto alpha = static_cast<double>(from[colors]) / sample_top<Sample>();
+        const double share = alpha > 0 ? std::min(alpha, 1.0) : 0;
+        for (size_t band = 0; band < colors; band++) {
+            const double value = share > 0 ? static_cast<double>(from[band]) * share : 0;
+            const double all = value + color[band] * (1 - share);
+            to[band] = static_cast<Sample>(std::is_floating_point_v<Sample> ? all : all + 0.5);
+        }
+    }
+}
+
 // A channel of a drawing on a black and on a white ground, in 1/255: its own part, and the share of what was below.
 struct Drawn {
     double own;
@@ -114,6 +129,24 @@ void VipsPicture::draw(const Picture& other, int32_t x, int32_t y) {
                      reinterpret_cast<Sample*>(row_of(image(), first + row, left)), m_form.color_bands(), m_form.alpha,
                      count);
         }
+    });
+}
+
+void VipsPicture::flatten(Argb background) {
+    if (!has_alpha()) {
+        return;
+    }
+    to_direct();
+    admit(background | kBlack);
+    std::vector<double> color = ink_of(background | kBlack);
+    color.pop_back();
+    PixelForm form = m_form;
+    form.alpha = false;
+    with_storage(storage_of(form.sample), [&](auto sample) {
+        using Sample = decltype(sample);
+        convert_rows(form, [color](const uint8_t* from, uint8_t* to, size_t count) {
+            lay_on_color(reinterpret_cast<const Sample*>(from), color, reinterpret_cast<Sample*>(to), count);
+        });
     });
 }
 

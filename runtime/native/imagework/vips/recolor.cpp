@@ -1,6 +1,5 @@
 // Replacing colors, and questions about alpha.
 #include <algorithm>
-#include <cmath>
 
 #include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/strips.h"
@@ -73,6 +72,41 @@ VImage replaced(const VImage& source, Argb old_color, uint8_t tolerance, Argb ne
     return target;
 }
 
+// All pixels of one color; those of the source may keep their alpha.
+template <class Sample>
+VImage recolored(const VImage& source, Argb color, bool keeps_alpha) {
+    const auto bands = static_cast<size_t>(source.bands());
+    const std::vector<double> levels = ink(source, color);
+    const std::vector<Sample> pixel(levels.begin(), levels.end());
+    const size_t given = bands - (keeps_alpha ? 1 : 0);
+    VImage target = raster_like(source);
+    for_strips(target, kRecolorStrip, [&](int begin, int end) {
+        for (int y = begin; y < end; y++) {
+            const auto* from = reinterpret_cast<const Sample*>(row_of(source, y));
+            auto* to = reinterpret_cast<Sample*>(row_of(target, y));
+            for (int x = 0; x < source.width(); x++, from += bands, to += bands) {
+                std::copy_n(pixel.data(), given, to);
+                std::copy_n(from + given, bands - given, to + given);
+            }
+        }
+    });
+    return target;
+}
+
+// The mean of a band as a share of its range; floating samples are clipped to it, and not-a-number is nothing.
+template <class Sample>
+double mean_share(const VImage& image, int band) {
+    double sum = 0;
+    for (int y = 0; y < image.height(); y++) {
+        const auto* sample = reinterpret_cast<const Sample*>(row_of(image, y)) + band;
+        for (int x = 0; x < image.width(); x++, sample += image.bands()) {
+            const auto value = static_cast<double>(*sample);
+            sum += value > 0 ? std::min(value, sample_top<Sample>()) : 0;
+        }
+    }
+    return sum / (sample_top<Sample>() * image.width() * image.height());
+}
+
 }  // namespace
 
 void VipsPicture::replace_color(Argb old_color, uint8_t tolerance, Argb new_color) {
@@ -107,11 +141,8 @@ void VipsPicture::replace_rgb(Argb new_color) {
     const bool had_alpha = has_alpha();
     admit(had_alpha ? new_color | kBlack : new_color);
     apply("the colors could not be replaced", [&] {
-        if (!had_alpha) {  // with the alpha of the color, if it has one
-            return image().new_from_image(ink(image(), new_color));
-        }
-        const VImage colors = color_bands(image());
-        return with_alpha_of(colors.new_from_image(ink(colors, new_color)), image());
+        return with_storage(storage_of(m_form.sample),
+                            [&](auto sample) { return recolored<decltype(sample)>(image(), new_color, had_alpha); });
     });
 }
 
@@ -120,8 +151,11 @@ double VipsPicture::opacity() const {
         return 1.0;
     }
     const VImage image = colors();
-    return guarded(Failure::kInternal, "the alpha channel could not be read",
-                   [&] { return image.extract_band(image.bands() - 1).avg() / channel_max(image); });
+    return guarded(Failure::kInternal, "the alpha channel could not be read", [&] {
+        const VImage memory = image.copy_memory();
+        return with_storage(storage_of(form_of_image(memory).sample),
+                            [&](auto sample) { return mean_share<decltype(sample)>(memory, memory.bands() - 1); });
+    });
 }
 
 }  // namespace zelmor::imagework

@@ -59,6 +59,10 @@ VImage enlarged_adaptively(const VImage& image, int width, int height, bool alph
     if (width == image.width() && height == image.height()) {
         return image;
     }
+    if (alpha && image.format() == VIPS_FORMAT_UINT) {
+        return by_shares(image,
+                         [&](const VImage& shares) { return enlarged_adaptively(shares, width, height, alpha); });
+    }
     const double across = static_cast<double>(width) / image.width();
     const double down = static_cast<double>(height) / image.height();
     const auto top = VImage::option()->set("max_alpha", channel_max(image));

@@ -19,12 +19,7 @@ struct Point {
 };
 
 std::vector<Point> dark_points(const VImage& picture) {
-    VImage gray = as_8_bit(luma(
-        has_alpha_band(picture)
-            ? rounded_like(
-                  picture.flatten(VImage::option()->set("background", 255.0)->set("max_alpha", channel_max(picture))),
-                  picture)
-            : picture));
+    VImage gray = as_8_bit(luma(picture));
     const int side = std::max(gray.width(), gray.height());
     if (side > kWorkingSide) {
         gray = gray.resize(static_cast<double>(kWorkingSide) / side);
@@ -94,8 +89,10 @@ double best_angle(const std::vector<Point>& points, double around, double reach,
 }  // namespace
 
 double VipsPicture::skew_angle() const {
+    VipsPicture page(*this, Shared{});
+    page.flatten(kWhite);
     return guarded(Failure::kInternal, "the lines of the image could not be looked for", [&] {
-        const std::vector<Point> points = dark_points(colors());
+        const std::vector<Point> points = dark_points(page.colors());
         if (points.empty()) {
             return 0.0;
         }

@@ -1,5 +1,6 @@
 // Operations on the value of each channel for itself: gray, brightness, contrast, gamma.
 #include <cmath>
+#include <vector>
 
 #include "runtime/native/imagework/vips/gray.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
@@ -69,9 +70,12 @@ void VipsPicture::adjust_gamma(double red, double green, double blue) {
         }
         apply("the gamma could not be changed", [&] {
             return mapped(image(), [&](const VImage& values, double top) {
-                VImage unit = values.linear(1.0 / top, 0.0);
-                auto curve = [&](double gamma) { return unit.math2_const(VIPS_OPERATION_MATH2_POW, {1.0 / gamma}); };
-                VImage all = is_gray() ? curve(red) : VImage::bandjoin({curve(red), curve(green), curve(blue)});
+                // One exponent makes one band of one, three make three of one or of three. Below zero, where floating
+                // samples may lie, the curve is that above it turned round.
+                const VImage unit = values.linear(1.0 / top, 0.0);
+                const std::vector<double> exponents =
+                    is_gray() ? std::vector{1.0 / red} : std::vector{1.0 / red, 1.0 / green, 1.0 / blue};
+                const VImage all = unit.abs().math2_const(VIPS_OPERATION_MATH2_POW, exponents) * unit.sign();
                 return all.linear(top, 0.0);
             });
         });

@@ -42,10 +42,6 @@ VImage with_alpha_of(const VImage& colors, const VImage& from) {
     return colors.bandjoin(from.extract_band(from.bands() - 1));
 }
 
-VImage with_alpha(const VImage& image) {
-    return has_alpha_band(image) ? image : image.bandjoin_const({channel_max(image)});
-}
-
 VImage as_rgb(const VImage& image) {
     if (!is_gray_image(image)) {
         return image;

@@ -63,9 +63,6 @@ vips::VImage color_bands(const vips::VImage& image);
 // The color bands given, with the alpha of `from` if that has one.
 vips::VImage with_alpha_of(const vips::VImage& colors, const vips::VImage& from);
 
-// An opaque alpha channel added where there is none.
-vips::VImage with_alpha(const vips::VImage& image);
-
 // Gray made RGB; others as they are.
 vips::VImage as_rgb(const vips::VImage& image);
 
@@ -74,6 +71,14 @@ vips::VImage luma(const vips::VImage& image);
 
 // Whether the picture has at most so many different pixels.
 bool has_at_most_colors(const vips::VImage& image, size_t most);
+
+// A step over floating samples from 0 to 1 in place of the picture's own. The library multiplies by no alpha of 32
+// bits.
+template <class Step>
+vips::VImage by_shares(const vips::VImage& image, Step&& step) {
+    const double top = channel_max(image);
+    return rounded_like(step(image.cast(VIPS_FORMAT_DOUBLE).linear(1.0 / top, 0.0)).linear(top, 0.0), image);
+}
 
 // 8 bits per channel.
 vips::VImage as_8_bit(const vips::VImage& image);
