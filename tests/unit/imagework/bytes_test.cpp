@@ -141,6 +141,35 @@ TEST(SourceBytesTest, AFileThatBecameShorterEndsThere) {
     EXPECT_TRUE(window.at(620, 10).empty());
 }
 
+TEST(SourceBytesTest, BytesInMemoryAreNotCopied) {
+    const std::vector<uint8_t> bytes = counted(100);
+    SourceBytes window(borrowed_source(bytes), 10);
+    EXPECT_EQ(window.at(0, 100).data(), bytes.data());
+    EXPECT_EQ(window.at(7, 50).data(), bytes.data() + 7);
+}
+
+TEST(SourceBytesTest, AReadThatFailsLeavesNoWindow) {
+    class Failing final : public DataSource {
+     public:
+        uint64_t size() const override { return 1000; }
+        size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
+            if (fails) {
+                throw PictureError(Failure::kDamaged, "gone");
+            }
+            std::fill(out.begin(), out.end(), static_cast<uint8_t>(offset / 100));
+            return out.size();
+        }
+        bool fails = false;
+    };
+    const auto file = std::make_shared<Failing>();
+    SourceBytes window(file, 100);
+    EXPECT_EQ(window.at(100, 1)[0], 1);
+    file->fails = true;
+    EXPECT_THROW(window.at(500, 1), PictureError);
+    file->fails = false;
+    EXPECT_EQ(window.at(500, 1)[0], 5);
+}
+
 TEST(ByteReaderTest, NumbersHaveAnOrderAndAnEnd) {
     const std::vector<uint8_t> bytes{0x81, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x88, 0x09};
     const auto file = std::make_shared<MadeUpFile>(bytes);

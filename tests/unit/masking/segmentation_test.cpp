@@ -137,6 +137,33 @@ TEST(SegmentationTest, PointsGiveTheirSideToSimilarColors) {
     }
 }
 
+TEST(SegmentationTest, ASideIsDescribedByEightColors) {
+    MadeUpBackend backend;
+    backend.changes = {0};
+    AreaPixels pixels = one_color(kWidth, kHeight, gray(16));
+    SegmentationTask task = task_of(SegmentationMethod::kGraphCut, {}, backend);
+    task.hints.points = {{}, {}};
+    const auto name = [&](size_t side, uint32_t color) {
+        auto& points = task.hints.points[side];
+        points.push_back({static_cast<int32_t>(2 + points.size()), static_cast<int32_t>(3 + side)});
+        pixels.argb[pixels.at(points.back())] = color;
+    };
+    // The corners of the cube of colors, black twice, and one nearer to black than they are to each other.
+    for (const uint32_t color : {0xFF101010U, 0xFF101010U, 0xFF1010F0U, 0xFF10F010U, 0xFF10F0F0U, 0xFFF01010U,
+                                 0xFFF010F0U, 0xFFF0F010U, 0xFFF0F0F0U, 0xFF481010U}) {
+        name(0, color);
+    }
+    name(1, 0xFF641010U);
+    name(1, 0xFFF0F064U);
+    const PointValue by_the_ninth{10, 10}, by_the_eighth{11, 10};
+    pixels.argb[pixels.at(by_the_ninth)] = 0xFF501010U;
+    pixels.argb[pixels.at(by_the_eighth)] = 0xFFF0F028U;
+    task.pixels = std::make_shared<const AreaPixels>(pixels);
+    segment(task, kGoOn);
+    EXPECT_EQ(backend.asked[pixels.at(by_the_ninth)], Side::kLikelyObject);
+    EXPECT_EQ(backend.asked[pixels.at(by_the_eighth)], Side::kLikelyBackground);
+}
+
 TEST(SegmentationTest, EachSideOfTheEdgeIsBackground) {
     const RectangleValue sides[] = {
         {0, 0, kWidth, 1}, {0, kHeight - 1, kWidth, 1}, {0, 0, 1, kHeight}, {kWidth - 1, 0, 1, kHeight}};

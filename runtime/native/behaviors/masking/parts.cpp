@@ -74,8 +74,9 @@ void blur_line(const float* from, float* to, size_t count, const std::vector<flo
         float mean = value(i);
         if (equal_from > std::max<int64_t>(0, i - radius)) {
             mean = 0;
-            for (int64_t k = -radius; k <= radius; ++k) {
-                mean += value(i + k) * weights[static_cast<size_t>(k + radius)];
+            int64_t at = i - radius;
+            for (const float weight : weights) {
+                mean += value(at++) * weight;
             }
         }
         to[static_cast<size_t>(i)] = mean;

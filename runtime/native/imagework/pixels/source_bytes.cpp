@@ -30,13 +30,13 @@ std::span<const uint8_t> SourceBytes::at(uint64_t offset, uint64_t length) {
         if (m_window.size() < wanted) {
             m_window.resize(wanted);
         }
-        m_window_size = 0;
+        m_window_size = 0;  // until the bytes are read, which may fail
         m_window_at = offset;
         m_window_size = m_source->read_at(offset, std::span(m_window).first(wanted));
     }
     const auto skip = static_cast<size_t>(offset - m_window_at);
-    const size_t found = m_window_size > skip ? m_window_size - skip : 0;
-    return std::span<const uint8_t>(m_window).subspan(skip, std::min<uint64_t>(count, found));
+    assert(skip <= m_window_size);  // a new window begins at the offset, an older one has all that is asked for
+    return std::span<const uint8_t>(m_window).subspan(skip, std::min<uint64_t>(count, m_window_size - skip));
 }
 
 size_t SourceBytes::copy(uint64_t offset, std::span<uint8_t> out) {

@@ -16,7 +16,6 @@ struct SampleForm {
     int bands;
     bool weighed;  // the last band is an alpha, by which the others are weighed
 
-    size_t pixel_size() const { return vips_format_sizeof(format) * static_cast<size_t>(bands); }
     size_t samples(int pixels) const { return static_cast<size_t>(pixels) * static_cast<size_t>(bands); }
 };
 
