@@ -88,6 +88,19 @@ def test_binarize_bradley(tmp_path: Path, difference: float, window: int) -> Non
     assert worst(pixels(image, tmp_path, "L"), 255 * white) == 0
 
 
+@pytest.mark.parametrize(("width", "window"), [(61, 7), (56, 7), (55, 6), (20, 3), (200, 25)])
+def test_a_window_is_an_eighth_of_the_width(tmp_path: Path, width: int, window: int) -> None:
+    """At least three pixels."""
+    path = write(tmp_path / "a.png", noise(1, width=width))
+    found, wanted = load(path), load(path)
+    found.binarize_bradley(0.15)
+    wanted.binarize_bradley(0.15, window)
+    assert worst(pixels(found, tmp_path, "L"), pixels(wanted, tmp_path, "L")) == 0
+    other = load(path)
+    other.binarize_bradley(0.15, window | 1 if window % 2 == 0 else window + 2)
+    assert (worst(pixels(found, tmp_path, "L"), pixels(other, tmp_path, "L")) == 0) == (window % 2 == 0)
+
+
 def test_binarize_bradley_on_uneven_light(tmp_path: Path) -> None:
     """Writing on a page that is dark on one side: no global threshold separates it, the local one does."""
     page = np.tile(np.linspace(40, 250, 160), (80, 1))

@@ -71,10 +71,29 @@ def test_palettes_of_integers_and_colors() -> None:
     assert ColorPalette.create_with_argb_compact(signed(FOUR), True).is_compact_palette
     copy = ColorPalette.copy_palette(palette, True)
     assert (entries(copy), copy.is_compact_palette) == (FOUR, True)
+    for is_compact in (False, True):
+        again = ColorPalette.copy_palette(ColorPalette.copy_palette(palette, is_compact))
+        assert (entries(again), again.is_compact_palette) == (FOUR, is_compact)
+    for values in ((None,), (None, True)):
+        with managed_error("ArgumentNullException", "color_palette"):
+            ColorPalette.copy_palette(*values)
+    with managed_error("ArgumentNullException", "'palette'"):
+        ColorPaletteHelper.has_transparent_colors(None)
+
+
+def test_equal_palettes() -> None:
+    """Those of equal colors in equal order, both compact or not."""
+    palette = ColorPalette(signed(FOUR), False)
+    assert palette == ColorPalette(signed(FOUR)) and hash(palette) == hash(ColorPalette(signed(FOUR)))
+    others = [ColorPalette(signed(FOUR), True), ColorPalette(signed(FOUR[::-1])), ColorPalette(signed(FOUR[:3])),
+              ColorPalette(signed(FOUR + FOUR[:1])), ColorPalette([])]
+    assert all(palette != other for other in others)
+    assert len({hash(other) for other in [palette, *others]}) == 6
 
 
 def test_the_nearest_entry() -> None:
     palette = ColorPalette(signed(FOUR))
+    assert ColorPalette(signed([0xFF000000, 0xFF000004])).get_nearest_argb_index(signed([0xFF000002])[0]) == 0
     for color, index in ((0xFF101010, 0), (0xFFF0F0F0, 1), (0xFFE01020, 2), (0xFF2010D0, 3)):
         assert palette.get_nearest_argb_index(signed([color])[0]) == index
         assert palette.get_nearest_color_index(signed([color])[0]) == index
@@ -93,14 +112,25 @@ def test_what_palettes_refuse() -> None:
 
 def test_palettes_of_the_helper(tmp_path: Path) -> None:
     assert entries(ColorPaletteHelper.create_monochrome()) == [0xFF000000, 0xFFFFFFFF]
-    assert len(set(entries(ColorPaletteHelper.create_4_bit()))) == 16
-    assert ColorPaletteHelper.create_8_bit().entries_count == 256
+    # Dark and bright: bit 0 is red, 1 green and 2 blue; the two grays stand between them.
+    dark, bright = ([0xFF000000 | (i & 1) * level << 16 | (i >> 1 & 1) * level << 8 | (i >> 2) * level
+                     for i in range(8)] for level in (0x80, 0xFF))
+    vga = dark[:7] + [0xFFC0C0C0, 0xFF808080] + bright[1:]
+    assert entries(ColorPaletteHelper.create_4_bit()) == vga
+    cube = [0xFF000000 | red << 16 | green << 8 | blue for red in range(0, 256, 51) for green in range(0, 256, 51)
+            for blue in range(0, 256, 51)]
+    grays = [0xFF000000 | level * 0x010101 for level in range(8, 239, 10)]
+    assert entries(ColorPaletteHelper.create_8_bit()) == vga + cube + grays
     grays = entries(ColorPaletteHelper.create_4_bit_grayscale(False))
     assert grays == [0xFF000000 | level * 0x111111 for level in range(16)]
     assert entries(ColorPaletteHelper.create_4_bit_grayscale(True)) == grays[::-1]
     assert entries(ColorPaletteHelper.create_8_bit_grayscale(False)) == [0xFF000000 | i * 0x010101 for i in range(256)]
-    assert len(set(entries(ColorPaletteHelper.get_uniform_color_palette(load(write(tmp_path / "a.png", noise())))))) \
-        == 256
+    image = load(write(tmp_path / "a.png", noise()))
+    assert entries(ColorPaletteHelper.get_uniform_color_palette(image)) == [
+        0xFF000000 | red * 255 // 7 << 16 | green * 255 // 7 << 8 | blue * 85 for red in range(8) for green in range(8)
+        for blue in range(4)]
+    with managed_error("ArgumentNullException", "image"):
+        ColorPaletteHelper.get_uniform_color_palette(None)
     assert not ColorPaletteHelper.has_transparent_colors(ColorPaletteHelper.create_8_bit())
     assert ColorPaletteHelper.has_transparent_colors(ColorPalette([0]))
 
@@ -124,10 +154,34 @@ def test_close_palettes(tmp_path: Path) -> None:
     image = load(write(tmp_path / "c.png", frequent))
     by_count = ColorPaletteHelper.get_close_image_palette(image, 2, PaletteMiningMethod.HISTOGRAM)
     assert entries(by_count) == [0xFF070707, 0xFF010203]
+    by_clusters = ColorPaletteHelper.get_close_image_palette(rich, 9, PaletteMiningMethod.COLOR_CLUSTERING)
+    assert entries(by_clusters) == entries(ColorPaletteHelper.get_close_image_palette(rich, 9))
     with managed_error("ArgumentOutOfRangeException", "entries_count"):
         ColorPaletteHelper.get_close_image_palette(image, 0)
     with managed_error("ArgumentNullException", "image"):
         ColorPaletteHelper.get_close_image_palette(None, 4)
+
+
+def test_close_palettes_of_a_part_with_alpha(tmp_path: Path) -> None:
+    """A color stands behind the part, unless its alpha is kept; the picture itself stays."""
+    source = np.zeros((20, 30, 4), np.uint8)
+    source[:, :10] = (255, 0, 0, 255)
+    source[:10, 10:] = (0, 0, 255, 51)
+    image = load(write(tmp_path / "a.png", source))
+    part, behind = Rectangle(5, 0, 20, 20), Color.from_argb(0, 0, 255, 0)
+    helper = ColorPaletteHelper.get_close_image_palette
+    assert set(entries(helper(image, part, 8, False, behind))) == {0xFFFF0000, 0xFF00CC33, 0xFF00FF00}
+    assert set(entries(helper(image, part, 8, False, behind, False))) == {0xFFFF0000, 0xFF00CC33, 0xFF00FF00}
+    assert set(entries(helper(image, part, 8, False, behind, True))) == {0xFFFF0000, 0x330000FF, 0x00000000}
+    assert worst(pixels(image, tmp_path, "RGBA"), source) == 0
+    table = few_colors(4)
+    Pillow.fromarray(table).quantize(4).save(tmp_path / "b.png")
+    indexed = load(tmp_path / "b.png")
+    own, small = entries(indexed.palette), Rectangle(0, 0, 5, 4)
+    assert len(own) == 4
+    assert entries(helper(indexed, small, 4, True)) == own
+    assert len(entries(helper(indexed, small, 4, False))) == len(entries(helper(indexed, small, 4))) == 1
+    assert len(entries(helper(indexed, small, 3, True))) == 1  # its own is too large
 
 
 def test_adjusted_palettes(tmp_path: Path) -> None:

@@ -102,6 +102,72 @@ TEST(ProbeTest, KnownFormatsAreToldByTheirFirstBytes) {
     }
 }
 
+// An entry of a ZIP archive: its header, its name, other facts, its data.
+struct Entry {
+    std::string name;
+    std::string data;
+    int flags = 0;
+    int method = 0;
+    std::string extra = {};
+    int claimed = 0;  // more bytes than there are
+
+    std::string bytes() const {
+        std::string result = "PK\x03\x04";
+        const auto number = [&](size_t value, int size) {
+            for (int i = 0; i < size; i++) {
+                result += static_cast<char>(value >> (8 * i));
+            }
+        };
+        for (const auto& [value, size] : {std::pair{size_t{20}, 2},
+                                          {static_cast<size_t>(flags), 2},
+                                          {static_cast<size_t>(method), 2},
+                                          {size_t{0x51}, 4},
+                                          {size_t{0xC0FFEE}, 4},
+                                          {data.size() + static_cast<size_t>(claimed), 4},
+                                          {data.size() + 3, 4},
+                                          {name.size(), 2},
+                                          {extra.size(), 2}}) {
+            number(value, size);
+        }
+        return result + name + extra + data;
+    }
+};
+
+TEST(ProbeTest, ArchivesAreToldByTheirEntries) {
+    const Entry cdr{"content/riffData.cdr", "RIFF"};
+    const auto format_of = [](const std::vector<Entry>& entries) {
+        std::string all;
+        for (const Entry& entry : entries) {
+            all += entry.bytes();
+        }
+        return sniff(std::vector<uint8_t>(all.begin(), all.end()));
+    };
+    const Entry other{"metadata/metadata.xml", std::string(300, 'x')};
+    EXPECT_EQ(format_of({cdr}), Format::kCdr);
+    EXPECT_EQ(format_of({other, cdr}), Format::kCdr);
+    EXPECT_EQ(format_of({other, {"content/root.dat", ""}}), Format::kCdr);
+    EXPECT_EQ(format_of({{"a", "b", 0, 8, "extra"}, {"c", ""}, cdr}), Format::kCdr);
+    EXPECT_EQ(format_of({other, {"content/riffData.cdr", "RIFF", 8}}), Format::kCdr);
+    EXPECT_EQ(format_of({{"a", "b", 8}, cdr}), Format::kUnknown);  // whose size stands behind its data
+    EXPECT_EQ(format_of({{"a", "b", 0, 0, "", 1}, cdr}), Format::kUnknown);
+    for (const char* name : {"content/riffData.cdr2", "content/riffData.cd", "content/riffData.cdR", ""}) {
+        EXPECT_EQ(format_of({other, {name, "RIFF"}}), Format::kUnknown) << name;
+    }
+    std::vector<Entry> many(15, other);
+    many.push_back(cdr);
+    EXPECT_EQ(format_of(many), Format::kCdr);
+    many.insert(many.begin(), other);
+    EXPECT_EQ(format_of(many), Format::kUnknown);  // not among the first sixteen
+    const std::string type = "application/vnd.oasis.opendocument.graphics";
+    EXPECT_EQ(format_of({{"mimetype", type}}), Format::kOdg);
+    EXPECT_EQ(format_of({{"mimetype", type, 8}, cdr}), Format::kOdg);
+    EXPECT_EQ(format_of({{"mimetype", type, 0, 0, "extra"}}), Format::kOdg);
+    EXPECT_EQ(format_of({{"mimetype", type, 0, 8}}), Format::kUnknown);
+    EXPECT_EQ(format_of({{"mimetype", type, 0, 0, "", 1}}), Format::kUnknown);
+    EXPECT_EQ(format_of({{"mimetypE", type}}), Format::kUnknown);
+    EXPECT_EQ(format_of({other, {"mimetype", type}}), Format::kUnknown);
+}
+
 TEST(ProbeTest, SizesOfMetafiles) {
     using namespace std::string_literals;
     const auto number = [](int32_t value) { return std::string(reinterpret_cast<const char*>(&value), 4); };
