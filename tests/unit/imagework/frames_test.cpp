@@ -159,5 +159,24 @@ TEST(FramesTest, ADamagedPageIsAnError) {
     EXPECT_EQ(failure_of([&] { frames_of(file); }).kind(), Failure::kDamaged);
 }
 
+TEST(FramesTest, PixelsThatWereReadForAFileAloneGo) {
+    for (const FormatEncoding& format :
+         {FormatEncoding(GifEncoding()), FormatEncoding(PngEncoding()), FormatEncoding(WebpEncoding())}) {
+        const SharedFrames source = opened(written(animation(GifEncoding(), 3, false)));
+        std::vector<Written> frames;
+        for (size_t i = 0; i < 3; i++) {
+            Encoding encoding;
+            encoding.format = format;
+            frames.push_back({backend().decode_frame(source, i, {}), 50, encoding});
+            EXPECT_FALSE(frames[i].picture->is_decoded());
+        }
+        frames[1].picture->decode();
+        EXPECT_EQ(opened(written(frames))->count(), 3U);
+        for (size_t i = 0; i < 3; i++) {
+            EXPECT_EQ(frames[i].picture->is_decoded(), i == 1) << format_name(format.format()) << ' ' << i;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace zelmor::imagework
