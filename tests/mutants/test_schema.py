@@ -178,6 +178,7 @@ def test_what_is_for_the_compiler_needs_a_build_of_its_own(source: str) -> None:
     ("A::~A() {\n    c(1);\n}\n", "A::~A"), ("struct A {\n    int b = 1;\n};\n", ""),
     ("template <typename T>\nstd::vector<T> all(T t) {\n    return {1};\n}\n", "all"),
     ("DEFINE(a, b)\nnamespace {\n\nint f() { return 1; }\n\n}\n", "f"),
+    ('__attribute__((target("ssse3"))) size_t f(int a) {\n    return 1;\n}\n', "f"),
 ])
 def test_the_function_around_a_place(source: str, expected: str) -> None:
     assert function_at(Structure(source), source.index("1")) == expected

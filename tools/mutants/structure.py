@@ -133,7 +133,8 @@ class Structure:
                 index = self.partner[index] + 1
             elif self.is_name(index, "public", "private", "protected") and self.is_mark(index + 1, ":"):
                 index += 2
-            elif self.is_name(index) and self.text(index).isupper() and self.is_mark(index + 1, "("):
+            elif (self.is_name(index) and (self.text(index).isupper() or self.text(index) == "__attribute__")
+                  and self.is_mark(index + 1, "(")):
                 index = self.partner[index + 1] + 1
             else:
                 return index
