@@ -264,7 +264,7 @@ TEST(EmfFiles, ClaimsAreChecked) {
         read_emf(many);
         FAIL();
     } catch (const MetafileError& error) {
-        EXPECT_STREQ(error.what(), "Record 2: EmfPolyline.APoints has 2130706433 elements, but there are 8 bytes.");
+        EXPECT_STREQ(error.what(), "Record 2: EmfPolyline.APoints has 2130706433 elements, but there are 8 bytes");
     }
     FileBytes endless = good;
     std::fill_n(endless.begin() + 88 + 4, 4, uint8_t{0});

@@ -36,12 +36,12 @@ size_t read_records(RecordFamily family, FileView bytes, size_t at, std::vector<
     for (bool ended = false; !ended;) {
         const std::string where = "Record " + std::to_string(records.size() + 1) + ": ";
         if (bytes.size() - at < least) {
-            throw MetafileError(where + "the file ends before its last record.");
+            throw MetafileError(where + "the file ends before its last record");
         }
         const uint64_t size = size_of(at);
         if (size < least || size > bytes.size() - at) {
             throw MetafileError(where + "it has " + std::to_string(size) + " bytes where there are " +
-                                std::to_string(bytes.size() - at) + ".");
+                                std::to_string(bytes.size() - at));
         }
         try {
             records.push_back(read_record(family, bytes.subspan(at, static_cast<size_t>(size)), continued));
@@ -204,7 +204,7 @@ bool is_wmf(FileView bytes) {
 
 EmfFile read_emf(FileView bytes) {
     if (!is_emf(bytes) || bytes.size() < kEmfHeaderSize) {
-        throw MetafileError("The file does not begin with the header of an enhanced metafile.");
+        throw MetafileError("the file does not begin with the header of an enhanced metafile");
     }
     EmfFile file;
     const size_t end = read_records(
@@ -220,7 +220,7 @@ FileBytes write_emf(const EmfFile& file) {
     FileBytes out = joined(written(file.records));
     if (out != file.source) {
         if (!is_emf(out) || out.size() < kEmfHeaderSize) {
-            throw MetafileError("The first record is not the header of an enhanced metafile.");
+            throw MetafileError("the first record is not the header of an enhanced metafile");
         }
         put_at(out, kBytesAt, out.size(), 4);
         put_at(out, kRecordsAt, file.records.size(), 4);
@@ -232,7 +232,7 @@ FileBytes write_emf(const EmfFile& file) {
 
 WmfFile read_wmf(FileView bytes) {
     if (!is_wmf(bytes)) {
-        throw MetafileError("The file does not begin with the header of a Windows metafile.");
+        throw MetafileError("the file does not begin with the header of a Windows metafile");
     }
     WmfFile file;
     size_t at = 0;
@@ -241,7 +241,7 @@ WmfFile read_wmf(FileView bytes) {
         at = kPlaceableSize;
     }
     if (bytes.size() - at < kWmfHeaderSize) {
-        throw MetafileError("The header of the Windows metafile ends too early.");
+        throw MetafileError("the header of the Windows metafile ends too early");
     }
     const auto word = [&](size_t offset) { return static_cast<uint16_t>(number_at(bytes, at + offset, 2)); };
     file.header = {word(0),  word(2),

@@ -18,7 +18,7 @@ namespace {
 constexpr uint32_t kOpaque = 0xFF000000;
 
 [[noreturn]] void throw_no_place(const char* what, const std::string& value) {
-    throw MetafileError(std::string(what) + ": the file has no place for " + value + ".");
+    throw MetafileError(std::string(what) + ": the file has no place for " + value);
 }
 
 // The numbers that a value of the form consists of.
@@ -419,7 +419,7 @@ class RelativeReader {
  private:
     uint8_t byte() {
         if (m_at == m_bytes.size()) {
-            throw MetafileError("A list of relative points ends too early.");
+            throw MetafileError("a list of relative points ends too early");
         }
         return m_bytes[m_at++];
     }

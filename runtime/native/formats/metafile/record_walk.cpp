@@ -64,12 +64,11 @@ void Walk::fail(const Frame& frame, const RecordItem& item, const std::string& t
 FileView Walk::need(Frame& frame, const RecordItem& item, uint64_t size) {
     assert(!m_writing);
     if (size > m_limit - m_at) {
-        fail(frame, item,
-             "takes " + std::to_string(size) + " bytes, but there are " + std::to_string(m_limit - m_at) + ".");
+        fail(frame, item, "takes " + std::to_string(size) + " bytes, but there are " + std::to_string(m_limit - m_at));
     }
     m_taken += size;
     if (m_taken > kMostReadings * uint64_t{m_data.size()}) {
-        fail(frame, item, "overlaps with too many other fields.");
+        fail(frame, item, "overlaps with too many other fields");
     }
     const FileView bytes = m_data.subspan(m_at, static_cast<size_t>(size));
     m_at += static_cast<size_t>(size);
@@ -142,7 +141,7 @@ uint64_t Walk::with_bits(Frame& frame, const RecordItem& item, uint64_t raw) {
         const auto bits = static_cast<uint64_t>(value);
         const bool negative = each.preset == 1 && value < 0;
         if (negative ? value < -static_cast<int64_t>(mask / 2 + 1) : bits > mask) {
-            fail(frame, each, "has no place for " + std::to_string(value) + ".");
+            fail(frame, each, "has no place for " + std::to_string(value));
         }
         raw = (raw & ~(mask << each.low)) | (bits & mask) << each.low;
     }
@@ -281,7 +280,7 @@ size_t Walk::counted(Frame& frame, const RecordItem& item, size_t width) {
     const int64_t count = evaluate(frame, item.count, item);
     if (!is_size(count, (m_limit - m_at) / std::max<size_t>(width, 1))) {
         fail(frame, item,
-             "has " + std::to_string(count) + " elements, but there are " + std::to_string(m_limit - m_at) + " bytes.");
+             "has " + std::to_string(count) + " elements, but there are " + std::to_string(m_limit - m_at) + " bytes");
     }
     return static_cast<size_t>(count);
 }
@@ -321,7 +320,7 @@ void Walk::list(Frame& frame, const RecordItem& item) {
         if (!is_size(count, SIZE_MAX / width) || out.size() != static_cast<size_t>(count) * width) {
             fail(frame, item,
                  "has " + std::to_string(out.size() / width) + " elements, but the record has place for " +
-                     std::to_string(count) + ".");
+                     std::to_string(count));
         }
     }
     const Kept* kept = frame.keeper != nullptr ? frame.keeper->find_kept(key(item), KeptAs::kField) : nullptr;
@@ -447,12 +446,12 @@ const RecordBlock& Walk::block_to_write(Frame& frame, const RecordItem& item, co
             }
         }
     }
-    fail(frame, item, std::string("cannot be an object of the class ") + object.type().name + ".");
+    fail(frame, item, std::string("cannot be an object of the class ") + object.type().name);
 }
 
 void Walk::child(Frame& frame, const RecordItem& item, ManagedObject& object, const RecordBlock& block, int64_t index) {
     if (m_depth == kDeepest) {
-        fail(frame, item, "has too many objects within objects.");
+        fail(frame, item, "has too many objects within objects");
     }
     auto* keeper = dynamic_cast<MetafileObject*>(&object);
     const int64_t parameter = item.argument >= 0 ? evaluate(frame, item.argument, item) : 0;
@@ -476,7 +475,7 @@ void Walk::object(Frame& frame, const RecordItem& item) {
             const int64_t size = evaluate(frame, item.limit, item);
             if (!is_size(size, m_limit - m_at)) {
                 fail(frame, item,
-                     "has " + std::to_string(size) + " bytes, but there are " + std::to_string(m_limit - m_at) + ".");
+                     "has " + std::to_string(size) + " bytes, but there are " + std::to_string(m_limit - m_at));
             }
             m_limit = m_at + static_cast<size_t>(size);
         }
@@ -506,11 +505,11 @@ void Walk::object(Frame& frame, const RecordItem& item) {
         if (item.is_choice && is_known_when_writing(item.by) && block_to_read(frame, item) != &block) {
             fail(frame, item,
                  std::string("is an object of the class ") + object->type().name +
-                     ", but the fields before it tell of another.");
+                     ", but the fields before it tell of another");
         }
         child(frame, item, *object, block, kNowhere);
     } else if (block_to_read(frame, item) != nullptr) {
-        fail(frame, item, "is None.");
+        fail(frame, item, "is None");
     }
     if (item.limit >= 0) {
         const Kept* kept = frame.keeper != nullptr ? frame.keeper->find_kept(key(item), KeptAs::kTail) : nullptr;
@@ -535,7 +534,7 @@ void Walk::objects(Frame& frame, const RecordItem& item) {
             const Value element = list->get(i);
             ManagedObject* object = object_in(element);
             if (object == nullptr) {
-                fail(frame, item, "has an element that is None.");
+                fail(frame, item, "has an element that is None");
             }
             covered += runs != nullptr && has_property(*object, runs) ? property_int(*object, runs) : 1;
             child(frame, item, *object, block_to_write(frame, item, *object), static_cast<int64_t>(i));
@@ -543,7 +542,7 @@ void Walk::objects(Frame& frame, const RecordItem& item) {
         if (item.checked && runs == nullptr && evaluate(frame, item.count, item) != covered) {
             fail(frame, item,
                  "has " + std::to_string(size) + " elements, but the record has place for " +
-                     std::to_string(evaluate(frame, item.count, item)) + ".");
+                     std::to_string(evaluate(frame, item.count, item)));
         }
         note(frame, item, begin);
         return;
@@ -561,7 +560,7 @@ void Walk::objects(Frame& frame, const RecordItem& item) {
         child(frame, item, *made.back(), *block, static_cast<int64_t>(made.size()) - 1);
         covered += runs != nullptr ? property_int(*made.back(), runs) : 1;
         if (runs != nullptr && m_at == m_limit && covered < wanted) {
-            fail(frame, item, "ends too early.");
+            fail(frame, item, "ends too early");
         }
     }
     Ref<ManagedList> list = make_list(ListShape::kArray, element_of(info->collection), made.size());
@@ -581,7 +580,7 @@ void Walk::records(Frame& frame, const RecordItem& item) {
         for (size_t i = 0; list != nullptr && i < list->size(); ++i) {
             const Value element = list->get(i);
             if (object_in(element) == nullptr) {
-                fail(frame, item, "has an element that is None.");
+                fail(frame, item, "has an element that is None");
             }
             const FileBytes bytes = write_record(*object_in(element));
             m_chunks.push_back({position(), bytes.size()});
@@ -597,8 +596,7 @@ void Walk::records(Frame& frame, const RecordItem& item) {
     }
     const int64_t size = evaluate(frame, item.limit, item);
     if (!is_size(size, m_limit - m_at)) {
-        fail(frame, item,
-             "has " + std::to_string(size) + " bytes, but there are " + std::to_string(m_limit - m_at) + ".");
+        fail(frame, item, "has " + std::to_string(size) + " bytes, but there are " + std::to_string(m_limit - m_at));
     }
     const FileView all = need(frame, item, static_cast<uint64_t>(size));
     const PropertyInfo* info = declared(*frame.object, path_number(item.path).first);
@@ -609,7 +607,7 @@ void Walk::records(Frame& frame, const RecordItem& item) {
         if (record_size < kFrameSize || record_size > all.size() - at) {
             fail(frame, item,
                  "has a record of " + std::to_string(record_size) + " bytes where there are " +
-                     std::to_string(all.size() - at) + ".");
+                     std::to_string(all.size() - at));
         }
         assert(m_continued != nullptr);
         made.push_back(read_record(RecordFamily::kEmfPlus, all.subspan(at, record_size), *m_continued));
@@ -720,7 +718,7 @@ void Walk::deferred_item(Frame& frame, const RecordItem& item) {
     }
     if (!is_size(at, m_data.size())) {
         fail(frame, item,
-             "stands at " + std::to_string(at) + ", but the record has " + std::to_string(m_data.size()) + " bytes.");
+             "stands at " + std::to_string(at) + ", but the record has " + std::to_string(m_data.size()) + " bytes");
     }
     m_at = static_cast<size_t>(at);
     m_limit = m_data.size();
@@ -1008,7 +1006,7 @@ const RecordBlock& block_for(RecordFamily family, FileView bytes, int64_t number
 
 Ref<ManagedObject> read_record(RecordFamily family, FileView bytes, ContinuedObject& continued) {
     if (bytes.size() < frame_size(family)) {
-        throw MetafileError("A record of " + std::to_string(bytes.size()) + " bytes is too short.");
+        throw MetafileError("a record of " + std::to_string(bytes.size()) + " bytes is too short");
     }
     const int64_t number = number_in(family, bytes);
     const bool plus = family == RecordFamily::kEmfPlus;
@@ -1032,7 +1030,7 @@ FileBytes write_record(const ManagedObject& record) {
     const RecordBlock* block = block_of(record.type(), true);
     const auto* keeper = dynamic_cast<const MetafileObject*>(&record);
     if (block == nullptr || keeper == nullptr) {
-        throw MetafileError(std::string("An object of the class ") + record.type().full_name + " is no record.");
+        throw MetafileError(std::string("an object of the class ") + record.type().full_name + " is no record");
     }
     FileBytes now = canonical(*block, record);
     if (keeper->source.empty()) {

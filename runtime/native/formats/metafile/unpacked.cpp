@@ -65,7 +65,7 @@ FileBytes unpacked(FileView bytes) {
     while (status == Z_OK) {
         const size_t before = out.size();
         if (before >= imagework::limits::kInflatedBytes) {
-            throw MetafileError("The compressed metafile is too large.");
+            throw MetafileError("the compressed metafile is too large");
         }
         const size_t room =
             std::min<size_t>(std::max<size_t>(before, 65536), imagework::limits::kInflatedBytes - before);
@@ -76,7 +76,7 @@ FileBytes unpacked(FileView bytes) {
         out.resize(before + room - stream.avail_out);
     }
     if (status != Z_STREAM_END) {
-        throw MetafileError("The compressed metafile is damaged or ends too early.");
+        throw MetafileError("the compressed metafile is damaged or ends too early");
     }
     return out;
 }
