@@ -302,3 +302,25 @@ def test_the_share_leaves_out_what_no_test_can_notice() -> None:
         ["pyshell", "1", "0", "0", "0", "1", "0", "100", "%"],
         ["the", "bridge", "2", "1", "0", "0", "1", "0", "100", "%"],
         ["all", "6", "1", "1", "1", "2", "1", "67", "%"]]
+
+
+def test_programs_of_unit_tests_run_as_a_whole(tmp_path: Path) -> None:
+    ran = tmp_path / "ran"
+    for name, code in (("good", 0), ("bad", 3), ("behind", 0)):
+        program = tmp_path / name
+        program.write_text(f"#!/bin/sh\necho {name} $* >> {ran}\nexit {code}\n")
+        program.chmod(0o755)
+    (tmp_path / "CTestTestfile.cmake").write_text("".join(
+        f'add_test([=[{program}.{test}]=] "{tmp_path / program}" "--gtest_filter={test}")\n'
+        f'set_tests_properties([=[{program}.{test}]=] PROPERTIES WORKING_DIRECTORY "{tmp_path}")\n'
+        for program in ("good", "bad", "behind") for test in ("a", "b")))
+    run = subprocess.run([sys.executable, "-m", "tools.mutants.unit_tests", str(tmp_path)], text=True,
+                         capture_output=True, cwd=Path(__file__).resolve().parents[2])
+    assert (run.returncode, run.stdout) == (1, "FAILED bad, which ended with 3\n")
+    assert ran.read_text() == "".join(f"{name} --gtest_fail_fast --gtest_brief=1\n" for name in ("good", "bad"))
+
+
+def test_a_folder_without_unit_tests_is_told(tmp_path: Path) -> None:
+    run = subprocess.run([sys.executable, "-m", "tools.mutants.unit_tests", str(tmp_path)], text=True,
+                         capture_output=True, cwd=Path(__file__).resolve().parents[2])
+    assert (run.returncode, run.stdout) == (1, f"no unit tests in {tmp_path}\n")

@@ -23,8 +23,8 @@ _BUILD_LIMIT = 3600.0
 # The build runs the unit tests to list them: where that fails, the source has been compiled.
 _LISTING_FAILED = "Error running test executable"
 _FIRST_FAILURE = [
-    re.compile(r"^(?:FAILED|ERROR) (\S+)", re.MULTILINE),  # pytest
-    re.compile(r"^\s*\d+ - (\S+) \(", re.MULTILINE),  # ctest
+    re.compile(r"^\[  FAILED  \] (\S+?),? ", re.MULTILINE),  # GoogleTest
+    re.compile(r"^(?:FAILED|ERROR) (\S+)", re.MULTILINE),  # pytest, and unit_tests.py
 ]
 _REACHED = Path(BUILD) / "reached"
 
