@@ -110,8 +110,10 @@ def test_what_is_no_path() -> None:
         resource.records = records
         with pytest.raises(RuntimeError, match="ArgumentException"):
             PathResourceConverter.to_graphics_path([resource], SIZE)
-    with pytest.raises(RuntimeError, match="ArgumentOutOfRangeException"):
-        PathResourceConverter.to_graphics_path([], Size(0, 5))
+    for width, height in ((0, 5), (5, 0), (-1, 5), (5, -1)):
+        with pytest.raises(RuntimeError, match=f"ArgumentOutOfRangeException.*A picture of {width} by {height} has no"):
+            PathResourceConverter.to_graphics_path([], Size(width, height))
+    assert len(PathResourceConverter.to_graphics_path([], Size(1, 1)).figures) == 0
     with pytest.raises(RuntimeError, match="ArgumentNullException"):
         PathResourceConverter.from_graphics_path(None, SIZE)
     with pytest.raises(RuntimeError, match="ArgumentOutOfRangeException.*too far"):

@@ -47,6 +47,26 @@ def test_the_header_of_a_file(bits: int) -> None:
     assert fields(header_of(data)) == of_bytes(data)
 
 
+@pytest.mark.parametrize("bits", [1, 2, 4, 8])
+def test_indices_of_every_width(bits: int) -> None:
+    """The pixels of a row are packed from the highest bit on, and rows have four bytes or a multiple."""
+    width, count = 13, 1 << bits
+    rows = [[(3 * x + 5 * y + x * y) % count for x in range(width)] for y in range(3)]
+    size = (width * bits + 31) // 32 * 4
+    packed = b"".join(int("".join(f"{index:0{bits}b}" for index in row).ljust(8 * size, "0"), 2).to_bytes(size, "big")
+                      for row in reversed(rows))
+    palette = [(7 * i % 256, 255 - i, 31 * i % 256) for i in range(count)]  # blue, green, red
+    header = struct.pack("<IiiHHIIiiII", 40, width, 3, 1, bits, 0, 0, 0, 0, 0, 0)
+    header += b"".join(bytes([*color, 0]) for color in palette)
+    data = struct.pack("<2sIII", b"BM", 14 + len(header) + len(packed), 0, 14 + len(header)) + header + packed
+    image = BmpImage._cast_to(Image.load(io.BytesIO(data))).value
+    assert image.bits_per_pixel == bits
+    for y, row in enumerate(rows):
+        for x, index in enumerate(row):
+            blue, green, red = palette[index]
+            assert image.get_pixel(x, y).to_argb() & 0xFFFFFFFF == 0xFF000000 | red << 16 | green << 8 | blue
+
+
 def test_of_another_writer() -> None:
     data = encoded("BMP")
     assert fields(header_of(data)) == of_bytes(data)

@@ -270,3 +270,14 @@ def test_damage_is_an_error() -> None:
     for size in (30, 200, len(file_of()) - 100):
         with managed_error("ImageLoadException", "ICO"):
             Image.load(io.BytesIO(file_of()[:size])).page_count
+
+
+@pytest.mark.parametrize(("bits", "name"), [
+    (1, "Rgba32Bpp"), (4, "Rgba32Bpp"), (8, "Rgba32Bpp"), (16, "Rgba32Bpp"), (24, "Rgb24Bpp"), (32, "Rgba32Bpp"),
+    (48, "Rgb"), (64, "Rgba")])
+def test_a_new_icon_has_the_channels_of_its_entry(bits: int, name: str) -> None:
+    image = raster(Image.create(IcoOptions(FileFormat.PNG, bits), 5, 4))
+    assert str(image.raw_data_format) == name
+    channels = len(image.raw_data_format.channel_bits)
+    assert channels == (3 if bits in (24, 48) else 4)
+    assert list(image.raw_data_format.channel_bits) == [16 if bits >= 48 else 8] * channels

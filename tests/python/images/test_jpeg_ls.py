@@ -92,6 +92,19 @@ def test_bytes_come_back(make: Any, bands: int, mode: JpegLsInterleaveMode) -> N
     assert np.array_equal(samples(again.getvalue()), samples(data))
 
 
+@pytest.mark.parametrize("preset", [False, True])
+def test_a_file_may_be_larger_than_its_pixels(preset: bool) -> None:
+    """Noise cannot be compressed: each sample takes more bits than it has."""
+    picture = np.random.default_rng(8).integers(0, 256, (700, 800), np.uint8)
+    chosen = options()
+    if preset:
+        chosen.jpeg_ls_preset = JpegLsPresetCodingParameters()
+        chosen.jpeg_ls_preset.reset_value = 255
+    data = saved(image_of(picture), chosen)
+    assert len(data) > picture.nbytes
+    assert np.array_equal(samples(data).reshape(picture.shape), picture)
+
+
 @pytest.mark.parametrize("bits", range(2, 17))
 @pytest.mark.parametrize("bands", [1, 3])
 def test_every_depth(bits: int, bands: int) -> None:

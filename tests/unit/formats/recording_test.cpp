@@ -836,6 +836,15 @@ TEST(RecordedGroupsTest, RasterOperations) {
     for (const auto& [operation, number] : kPublished) {
         EXPECT_EQ(combine(operation, solid(kInk)), number);
     }
+    // The record has the place of the whole pixels around the shape.
+    const Recorded placed = emf([](Canvas& canvas) {
+        canvas.combine({rectangle_contour({3.25, 4.5, 7.5, 9})}, FillRule::kWinding, solid(kInk), solid(kInk), 0x5A);
+    });
+    const int64_t sides[] = {3, 4, 8, 10};
+    size_t side = 0;
+    for (const char* name : {"XDest", "YDest", "CxDest", "CyDest"}) {
+        EXPECT_EQ(whole_in(placed.only("BitBlt"), name), sides[side++] * kEmfUnits) << name;
+    }
     const Paint pattern = texture(2, 2, drawwork::Extend::kRepeat);
     EXPECT_EQ(combine(0x5A, pattern), -1);
     EXPECT_EQ(combine(0x55, pattern), 0x550009);
