@@ -347,6 +347,18 @@ def test_round_rectangles_without_round_corners() -> None:
         assert color_at(drawn(emf(FILLED, box(20, 20, 61, 61, 44, corner))), (20, 20)) == RED
 
 
+@pytest.mark.parametrize("corner", [(1, 1), (2, 2), (1, 3), (9, 9)])
+def test_round_corners_are_measured_in_units(corner: tuple[int, int]) -> None:
+    """A unit has twenty pixels here. The halves of a corner's sides are the radii, and not more than half of the box."""
+    units = emf_record(17, words(8)) + emf_record(9, words(5, 5)) + emf_record(11, words(100, 100))
+    picture = drawn(emf(units, FILLED, box(1, 1, 4, 4, 44, corner)))
+    rx, ry = (min(20 * side, 60) / 2 for side in corner)
+    for x, y in ((x + 0.5, y + 0.5) for x in range(20, 50) for y in range(20, 50)):
+        outside = np.hypot(max(20 + rx - x, 0) / rx, max(20 + ry - y, 0) / ry)
+        if abs(outside - 1) > 0.25:
+            assert color_at(picture, (int(x), int(y))) == (WHITE if outside > 1 else RED), (x, y)
+
+
 def typed(points: list[Point], types: list[int]) -> bytes:
     flat = [number for point in points for number in point]
     return emf_record(56, BOUNDS + words(len(points), *flat) + bytes(types))
