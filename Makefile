@@ -37,6 +37,8 @@
 #                 run is slow)
 #   make quick-lint
 #                 the same without clang-tidy; needs no build
+#   make lint-product
+#                 clang-tidy over the sources of the product alone, some minutes
 #   make format   format the C++ sources in place
 #   make setup    install every Debian package of packages.txt
 #   make clean    remove the build tree
@@ -60,7 +62,8 @@ SEED ?= 1
 # Prerequisites run in the order in which they are listed: packages first, then the build.
 .NOTPARALLEL:
 .PHONY: setup build dotnet harvest demo test docs bench scale fuzz fuzz-pictures fuzz-drawings debug-test sanitize
-.PHONY: valgrind threads growth mutants identifiers lint quick-lint format clean wheel sdist deb packages test-packages release
+.PHONY: valgrind threads growth mutants identifiers lint lint-product quick-lint format clean
+.PHONY: wheel sdist deb packages test-packages release
 
 setup:
 	@tools/setup.sh
@@ -218,6 +221,9 @@ identifiers:
 
 lint: setup-lint setup-tidy everything
 	@tools/lint.sh $(BUILD)
+
+lint-product: setup-tidy product
+	@$(PYTHON) -B tools/tidy.py --build $(BUILD) --jobs $(JOBS) --product
 
 quick-lint: setup-lint configure
 	@tools/lint.sh --quick $(BUILD)
