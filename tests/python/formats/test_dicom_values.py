@@ -253,10 +253,11 @@ def shown(image: Any) -> Pixels:
     return np.stack([values >> shift & 0xFF for shift in (16, 8, 0)], -1)
 
 
-def test_frames_with_fill_bytes_before_their_markers() -> None:
+@pytest.mark.parametrize("more", [b"\xff\xff\xff", b"\xff\x01", b"\xff\xd0", b"\xff\xd7", b"\xff\xff\x01"])
+def test_frames_with_fill_bytes_and_markers_that_stand_alone(more: bytes) -> None:
     plain = jpeg(GRAY, quality=95)
     at = plain.index(b"\xff\xdb")
-    filled = plain[:at] + b"\xff\xff\xff" + plain[at:]
+    filled = plain[:at] + more + plain[at:]
     expected = np.asarray(Pillow.open(io.BytesIO(plain)).convert("RGB"))
     assert np.array_equal(shown(opened(encapsulated(GRAY, BASELINE, filled))), expected)
 
@@ -271,6 +272,8 @@ def test_frames_with_fill_bytes_before_their_markers() -> None:
     (COLOR, JPEG_2000, codestream(GRAY), "a frame has 1 components of 8 bits, where the header tells of 3"),
     (GRAY, JPEG_2000, codestream(GRAY[:5]),
      "a frame has 10 by 5 pixels of 1 samples, where the header tells of 10 by 6 of 1"),
+    *[(GRAY, BASELINE, jpeg(GRAY).replace(b"\xff\xc0\0\x0b\x08", b"\xff\xc3\0\x0b" + bytes([bits])),
+       f"a frame of JPEG cannot have {bits} bits") for bits in (1, 17)],
     (GRAY, BASELINE, b"\xff\xd8\xff\xd9", "a frame has no header"),
     (GRAY, BASELINE, b"\xff\xd8\xff\xc4\0\2ab", "a frame has no header"),
     (GRAY, BASELINE, b"no JPEG at all", "a frame is no codestream of any JPEG coding")])

@@ -363,6 +363,27 @@ def test_a_new_thumbnail(tmp_path: Path) -> None:
     assert struct.pack(">IIIIII", 1, WIDTH, HEIGHT, stride, stride * HEIGHT, len(small)) + b"\0\x18\0\1" + small in data
 
 
+@pytest.mark.parametrize("mode", [ColorModes.RGB, ColorModes.INDEXED, ColorModes.GRAYSCALE, ColorModes.CMYK])
+def test_thumbnails_of_every_mode(tmp_path: Path, mode: ColorModes) -> None:
+    """They have the colors of the picture; those of inks are their product."""
+    blocks = np.kron(np.array([[[200, 30, 10], [20, 160, 240]], [[90, 90, 90], [250, 250, 20]]]),
+                     np.ones((180, 180, 1))).astype(np.uint8)
+    image = load(write(tmp_path / "a.png", blocks))
+    image.save(str(tmp_path / "a.psd"), options_for(refresh_image_preview_data=True, color_mode=mode))
+    small = subprocess.run(["exiftool", "-b", "-PhotoshopThumbnail", tmp_path / "a.psd"], capture_output=True,
+                           check=True, timeout=60).stdout
+    with Pillow.open(tmp_path / "a.psd") as picture, Pillow.open(io.BytesIO(small)) as thumbnail:
+        stored = np.asarray(picture.convert("RGB") if picture.mode == "P" else picture).astype(float)
+        found = np.asarray(thumbnail.convert("RGB")).astype(float)
+    if mode == ColorModes.CMYK:
+        stored = (255 - stored[..., :3]) * (255 - stored[..., 3:]) / 255
+    height, width = found.shape[:2]
+    assert height == width < 360
+    for row, column in ((0, 0), (0, 1), (1, 0), (1, 1)):
+        pixel = found[height * (2 * row + 1) // 4, width * (2 * column + 1) // 4]
+        assert np.abs(pixel - stored[90 + 180 * row, 90 + 180 * column]).max() <= 6
+
+
 # ---- Creating
 
 @pytest.mark.parametrize(("settings", "form"), [

@@ -85,8 +85,10 @@ def altered(data: bytes, marker: int, at: int, value: int) -> bytes:
     return data[:place] + bytes([value]) + data[place + 1:]
 
 
+FLAT = np.full((8, 8), 3)
 PLAIN = lossless([noise(12)], Form(12), 1)
 COLORS = lossless([noise(12, seed=band) for band in range(3)], Form(12), 1)
+SUMS = sequential([slopes(12, 24, 16)], (24, 16), [(1, 1)], [FLAT], Form())[0]
 
 
 @pytest.mark.parametrize(("data", "kind", "text"), [
@@ -103,10 +105,31 @@ COLORS = lossless([noise(12, seed=band) for band in range(3)], Form(12), 1)
     (altered(COLORS, 0xC3, 7, 0x51), "ImageLoadException", "makes no sense"),
     (altered(COLORS, 0xC3, 7, 0x10), "ImageLoadException", "makes no sense"),
     (PLAIN.replace(b"\xff\xc3", b"\xff\xdd\0\4\0\7\xff\xc3"), "ImageLoadException", "interrupted within a row"),
+    (altered(altered(altered(PLAIN, 0xC4, 1, 3), 0xC4, 2, 0), 0xC4, 3, 0), "ImageLoadException",
+     "a table of Huffman codes has too many of them"),
+    (altered(PLAIN, 0xC3, 0, 1), "ImageLoadException", "JPEG has no samples of 1 bits"),
+    (altered(PLAIN, 0xC3, 0, 17), "ImageLoadException", "JPEG has no samples of 17 bits"),
+    (SUMS.replace(b"\xff\xdb\0\x43", b"\xff\xdb\0\x42", 1), "ImageLoadException", ""),
+    (altered(SUMS, 0xDB, 0, 0x04), "ImageLoadException", "a table of quantization makes no sense"),
+    (altered(SUMS, 0xDB, 0, 0x10), "ImageLoadException", "a table of quantization makes no sense"),
     (PLAIN[:-40], "ImageLoadException", "")])
 def test_what_makes_no_sense(data: bytes, kind: str, text: str) -> None:
     with managed_error(kind, text):
         samples(data)
+
+
+@pytest.mark.parametrize("data", [PLAIN, COLORS, SUMS])
+@pytest.mark.parametrize("marker", [0x01, *range(0xD0, 0xD8)])
+def test_markers_that_stand_alone_have_no_content(data: bytes, marker: int) -> None:
+    assert np.array_equal(samples(data[:2] + bytes([0xFF, marker]) + data[2:]), samples(data))
+
+
+@pytest.mark.parametrize("count", [1, 2, 5])
+def test_restarts_with_bytes_of_ones_before_their_markers(count: int) -> None:
+    for make in (lambda fill: lossless([noise(12)], Form(12, restart=2, fill=fill), 1),
+                 lambda fill: sequential([slopes(12, 24, 16)], (24, 16), [(1, 1)], [FLAT],
+                                         Form(restart=1, fill=fill))[0]):
+        assert np.array_equal(samples(make(count)), samples(make(0)))
 
 
 def test_a_single_component_has_no_factors() -> None:
@@ -115,7 +138,6 @@ def test_a_single_component_has_no_factors() -> None:
 
 # ---- Sums of waves
 
-FLAT = np.full((8, 8), 3)
 STEEP = np.add.outer(np.arange(8), np.arange(8)) * 9 + 5
 
 

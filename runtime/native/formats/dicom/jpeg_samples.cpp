@@ -10,6 +10,7 @@
 #include "runtime/native/formats/dicom/stored_samples.h"
 #include "runtime/native/formats/jpeg/coded_jpeg.h"
 #include "runtime/native/formats/jpeg/jpeg_codec.h"
+#include "runtime/native/formats/jpeg/jpeg_markers.h"
 #include "runtime/native/formats/jpegls/jpegls_decoder.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -192,6 +193,10 @@ Codestream look_at(const ByteReader& in) {
         const uint8_t marker = in.u8(at + 1);
         if (marker == 0xFF) {
             at++;
+            continue;
+        }
+        if (is_bare_jpeg_marker(marker)) {
+            at += 2;
             continue;
         }
         const bool tells =

@@ -204,7 +204,7 @@ class Decoder {
             if (marker == 0xD9) {
                 break;
             }
-            if (marker >= 0xD0 && marker <= 0xD8) {
+            if (is_bare_jpeg_marker(marker)) {
                 continue;
             }
             const size_t length = word(at);
