@@ -164,6 +164,110 @@ def test_images_with_the_same_pixels_and_texts_are_equal() -> None:
     assert not one.equals(other)
 
 
+def of_parts(size: tuple[int, int] = (2, 1), identity: bytes = b"id", origin: tuple[int, int] = (7, 9),
+             color_map: tuple[int, int, bytes] | None = None, tags: tuple[tuple[int, bytes], ...] = (),
+             stamp: bytes = b"", color: int = 1, runs: bool = False) -> bytes:
+    """A file with a color map that its pixels do not use, tags of developers and a stamp."""
+    width, height = size
+    first, entry_bits, entries = color_map or (0, 0, b"")
+    header = struct.pack("<BBBHHBHHHHBB", len(identity), int(color_map is not None), 10 if runs else 2, first,
+                         len(entries) // (entry_bits // 8) if entry_bits else 0, entry_bits, *origin, width, height, 24,
+                         0x20)
+    body = header + identity + entries
+    for _ in range(height):
+        pixel = bytes([color, 2, 3])
+        body += bytes([0x80 | width - 1]) + pixel if runs else pixel * width
+    directory = area = 0
+    if tags:
+        places = []
+        for number, content in tags:
+            places.append(struct.pack("<HII", number, len(body), len(content)))
+            body += content
+        directory = len(body)
+        body += struct.pack("<H", len(tags)) + b"".join(places)
+    if stamp:
+        area = len(body)
+        content = bytearray(495)
+        content[0:2] = struct.pack("<H", 495)
+        content[486:490] = struct.pack("<I", area + 495)
+        body += bytes(content) + stamp
+    return body + struct.pack("<II", area, directory) + SIGNATURE
+
+
+PARTS: list[dict[str, Any]] = [
+    {}, {"identity": b"ie"}, {"identity": b""}, {"origin": (8, 9)}, {"origin": (7, 8)}, {"size": (3, 1)},
+    {"size": (2, 2)}, {"color": 2}, {"runs": True}, {"color_map": (0, 24, b"abcdef")}, {"color_map": (1, 24,
+                                                                                                      b"abcdef")},
+    {"color_map": (0, 24, b"abcdeg")}, {"color_map": (0, 24, b"abc")}, {"color_map": (0, 16, b"abcdef")},
+    {"tags": ((1, b"one"),)}, {"tags": ((2, b"one"),)}, {"tags": ((1, b"two"),)}, {"tags": ((1, b"one"), (2, b""))},
+    {"stamp": b"\2\1abcdef"}, {"stamp": b"\1\2abcdef"}, {"stamp": b"\2\1abcdeg"}, {"stamp": b"\1\1abc"}]
+
+
+def test_everything_that_a_file_says_tells_images_apart() -> None:
+    images = [tga(Image.load(io.BytesIO(of_parts(**parts)))) for parts in PARTS]
+    again = [tga(Image.load(io.BytesIO(of_parts(**parts)))) for parts in PARTS]
+    for i, image in enumerate(images):
+        assert [j for j, other in enumerate(again) if image.equals(other)] == [i], PARTS[i]
+        written = saved(image)
+        assert tga(Image.load(io.BytesIO(written))).equals(image)
+        assert "stamp" in PARTS[i] or written == of_parts(**PARTS[i])  # stamps go before the area that tells of them
+
+
+def test_the_color_map_of_a_file() -> None:
+    for parts in PARTS:
+        image = tga(Image.load(io.BytesIO(of_parts(**parts))))
+        assert image.has_color_map == ("color_map" in parts)
+
+
+@pytest.mark.parametrize(("bands", "bits"), [(1, 8), (2, 16), (3, 24), (4, 32)])
+def test_new_images_of_others_have_their_form(tmp_path: Path, bands: int, bits: int) -> None:
+    picture = load(write(tmp_path / "a.png", noise(bands)))
+    for image in (TgaImage.create_from_image(picture), TgaImage(picture)):
+        assert image.bits_per_pixel == bits
+        assert image.equals(tga(Image.load(io.BytesIO(saved(image)))))
+        new = Image.create(TgaOptions._cast_to(image.get_original_options()).value, 4, 3)
+        assert tga(new).bits_per_pixel == 32  # the options say nothing of it
+
+
+def test_a_new_image_of_one_with_a_palette(tmp_path: Path) -> None:
+    few = Pillow.fromarray(noise(3, width=4, height=1)[np.newaxis, 0].repeat(5, 0)).convert("P", palette=1, colors=4)
+    few.save(tmp_path / "a.png")
+    picture = load(str(tmp_path / "a.png"))
+    for image in (TgaImage.create_from_image(picture), TgaImage(picture)):
+        assert image.bits_per_pixel == 8 and image.has_color_map
+        assert np.array_equal(by_pillow(saved(image), "RGB"), np.asarray(few.convert("RGB")))
+
+
+def test_an_image_becomes_like_itself() -> None:
+    image = tga(Image.load(io.BytesIO(with_extension())))
+    image.author_name = "Grace"
+    image.clone(image)
+    assert image.author_name == "Grace" and image.width == 2
+
+
+@pytest.mark.parametrize(("stored", "text"), [
+    ("M\xfcller".encode(), "M\xfcller"), ("M\xfcller".encode("latin-1"), "M\xfcller"), (b"\xff\x80", "\xff\x80")])
+def test_texts_in_utf_8_and_in_latin_1(stored: bytes, text: str) -> None:
+    data = bytearray(with_extension())
+    area = len(data) - 26 - 495
+    data[area + 2:area + 43] = stored.ljust(41, b"\0")
+    image = tga(Image.load(io.BytesIO(bytes(data))))
+    assert image.author_name == text
+    assert saved(image) == bytes(data)
+    name = of_parts(identity=stored)
+    image = tga(Image.load(io.BytesIO(name)))
+    assert image.image_id == text and saved(image) == name
+
+
+def test_original_options_make_images_of_the_format() -> None:
+    image = tga(Image.load(io.BytesIO(with_extension())))
+    options = image.get_original_options()
+    assert TgaOptions._is_assignable(options)
+    new = Image.create(TgaOptions._cast_to(options).value, 4, 3)
+    assert (new.file_format, new.width, new.height) == (image.file_format, 4, 3)
+    assert tga(new).bits_per_pixel == 32
+
+
 def test_an_image_becomes_like_another_one(tmp_path: Path) -> None:
     one, other = tga(Image.load(write(tmp_path / "a.tga", noise()))), tga(Image.load(io.BytesIO(with_extension())))
     other.author_name = "Grace"

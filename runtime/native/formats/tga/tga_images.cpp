@@ -200,11 +200,15 @@ Ref<ImageObject> twin(ImageObject& self) {
     return made;
 }
 
-// What the file of the image would say besides its pixels.
+// What the file of the image would say besides its pixels, wherever its tables stand.
 TgaEncoding settings_of_file(const ImageObject& image) {
     imagework::FormatEncoding settings = TgaEncoding{};
     members_of(image.facts().format)->complete(image, settings);
-    return settings.get<TgaEncoding>();
+    TgaEncoding said = settings.get<TgaEncoding>();
+    if (said.extension) {
+        said.extension->set_places(0, 0, 0);
+    }
+    return said;
 }
 
 bool same_pixels(const imagework::Picture& a, const imagework::Picture& b) {
