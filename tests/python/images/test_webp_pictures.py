@@ -362,6 +362,31 @@ def test_what_a_frame_leaves(method: AnimationDisposalMethods, left: tuple[int, 
     assert rows[2][7].tolist() == [9, 9, 9, 255] and rows[2][3].tolist() == list(RED)
 
 
+def with_durations(*durations: int) -> list[int]:
+    """The durations in the file of an animation with these."""
+    image = WebPImage(8, 4, WebPOptions())
+    image.clear_blocks()
+    for i, duration in enumerate(durations):
+        frame = plain_frame((i % 256, i // 256, 7, 255), 8, 4)
+        frame.duration = duration
+        image.add_block(frame)
+    file = io.BytesIO()
+    image.save(file, WebPOptions())
+    return [int.from_bytes(data[12:15], "little") for kind, data in chunks(file.getvalue()) if kind == b"ANMF"]
+
+
+def test_durations_of_frames() -> None:
+    assert with_durations(1, 16777215, 40) == [1, 16777215, 40]
+    for longest in (16777216, 2 ** 31 - 1):
+        with managed_error("ImageSaveException", "a frame of a WebP file is shown for at most 16777215 milliseconds, "
+                           f"not {longest}."):
+            with_durations(40, longest)
+    # All frames together last no longer than the encoder counts.
+    assert len(with_durations(*[16777215] * 128)) == 128
+    with managed_error("ImageSaveException", "the animation is longer than 24 days."):
+        with_durations(*[16777215] * 129)
+
+
 def test_a_frame_of_a_file_is_all_that_is_seen() -> None:
     frames = [Pillow.fromarray(noise(4, seed=seed)) for seed in (1, 2)]
     file = io.BytesIO()

@@ -184,6 +184,12 @@ class AnimationWriter final : public WebpAnimationWriter {
         if (header.width != m_width || header.height != m_height) {
             throw PictureError(Failure::kEncoding, "the frames of an animation have to be of one size");
         }
+        constexpr int kLongest = 0xFFFFFF;
+        if (duration > kLongest) {
+            throw PictureError(Failure::kEncoding, "a frame of a WebP file is shown for at most " +
+                                                       std::to_string(kLongest) + " milliseconds, not " +
+                                                       std::to_string(duration));
+        }
         return std::make_unique<FrameWriter>(*this, header, std::max(0, duration));
     }
 
