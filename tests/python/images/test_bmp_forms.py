@@ -5,15 +5,16 @@ from __future__ import annotations
 import io
 import struct
 from pathlib import Path
+from typing import Any
 
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import Image, RotateFlipType
-from zelmor.imaging.fileformats.bmp import BitmapCompression
+from zelmor.imaging import Image, RasterImage, RotateFlipType
+from zelmor.imaging.fileformats.bmp import BitmapCompression, BmpImage
 from zelmor.imaging.imageoptions import BmpOptions
 
-from support.image_oracles import Pixels, load, pixels, worst, write
+from support.image_oracles import Pixels, load, noise, pixels, worst, write
 from support.tiff_files import packed
 
 WIDTH, HEIGHT = 7, 5
@@ -201,3 +202,41 @@ def test_all_depths_are_written_from_all_colors(tmp_path: Path, bits: int, bands
         found = np.asarray(picture.convert("RGB")).astype(int)
     expected = pixels[..., :3] if bands > 1 else np.stack([pixels] * 3, -1)
     assert np.abs(found - expected).max() <= (8 if bits == 16 else 0)
+
+
+@pytest.mark.parametrize(("bands", "bits", "fields"), [(1, 24, False), (2, 32, True), (3, 24, False), (4, 32, True)])
+def test_new_images_have_alpha_where_their_source_has(tmp_path: Path, bands: int, bits: int, fields: bool) -> None:
+    picture = load(write(tmp_path / "a.png", noise(bands)))
+    image = BmpImage(picture)
+    assert image.bits_per_pixel == bits
+    file = io.BytesIO()
+    image.save(file)
+    data = file.getvalue()
+    assert struct.unpack_from("<HI", data, 28) == (bits, 3 if fields else 0)
+    found = pixels(load_bytes(data), tmp_path, "RGBA")
+    assert worst(found, pixels(picture, tmp_path, "RGBA")) == 0
+
+
+def load_bytes(data: bytes) -> Any:
+    return RasterImage._cast_to(Image.load(io.BytesIO(data))).value
+
+
+@pytest.mark.parametrize("bits", [1, 4, 8])
+def test_more_colors_than_a_file_had_make_it_one_of_true_colors(tmp_path: Path, bits: int) -> None:
+    """An untouched depth is kept; one that the pixels have outgrown is not."""
+    colors = np.random.default_rng(1).integers(0, 256, (1 << bits, 3), dtype=np.uint8)
+    indices = np.arange(24 * 16).reshape(16, 24) % (1 << bits)
+    source = tmp_path / "a.bmp"
+    picture = Pillow.fromarray(indices.astype(np.uint8), "P")
+    picture.putpalette(colors.tobytes())
+    picture.save(source, bits=bits) if bits == 8 else Pillow.fromarray(colors[indices]).quantize(1 << bits).save(source)
+    image = load(source)
+    image.save(str(tmp_path / "same.bmp"))
+    assert struct.unpack_from("<H", (tmp_path / "same.bmp").read_bytes(), 28) == (8,)
+    noisy = noise(3, 5, 24, 16)
+    packed_colors = (0xFF << 24 | noisy[..., 0].astype(np.int64) << 16 | noisy[..., 1].astype(np.int64) << 8
+                     | noisy[..., 2]) - (1 << 32)
+    image.save_argb_32_pixels(image.bounds, packed_colors.ravel().tolist())
+    image.save(str(tmp_path / "more.bmp"))
+    assert struct.unpack_from("<H", (tmp_path / "more.bmp").read_bytes(), 28) == (24,)
+    assert worst(pixels(load(tmp_path / "more.bmp"), tmp_path)[..., :3], noisy) == 0

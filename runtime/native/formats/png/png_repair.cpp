@@ -37,10 +37,6 @@ Walk walk(const ByteReader& in) {
 
 }  // namespace
 
-bool is_whole_png(std::span<const uint8_t> data) {
-    return walk(ByteReader(data, true)).whole;
-}
-
 bool is_whole_png(const SharedSource& source) {
     SourceBytes bytes(source);
     return walk(ByteReader(bytes, true)).whole;

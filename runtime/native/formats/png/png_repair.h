@@ -11,7 +11,6 @@
 namespace zelmor::imagework {
 
 // True when the chain of chunks reaches its end chunk.
-bool is_whole_png(std::span<const uint8_t> data);
 bool is_whole_png(const SharedSource& source);
 
 // The file up to its last byte, with the chunk in which it stops closed there and an end chunk behind it: the decoder

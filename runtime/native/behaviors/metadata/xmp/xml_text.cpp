@@ -2,7 +2,6 @@
 #include "runtime/native/behaviors/metadata/xmp/xml_text.h"
 
 #include "runtime/native/core/managed_exception.h"
-#include "runtime/native/core/text.h"
 #include "runtime/native/formats/escaped_xml.h"
 
 namespace zelmor::embed {
@@ -27,10 +26,6 @@ std::string xml_escaped(std::string_view utf8) {
         throw_argument("XML cannot hold the control character with the code " + std::to_string(static_cast<int>(c)) +
                        ".");
     });
-}
-
-std::string xml_escaped(std::u16string_view text) {
-    return xml_escaped(to_utf8(text));
 }
 
 bool is_xml_name(std::string_view utf8) {

@@ -11,7 +11,6 @@ namespace zelmor::embed {
 
 // The text between two tags or inside quotation marks. ArgumentException for a character that XML cannot hold.
 std::string xml_escaped(std::string_view utf8);
-std::string xml_escaped(std::u16string_view text);
 
 // Whether the text is a name without a colon, as a prefix or the name behind one is.
 bool is_xml_name(std::string_view utf8);
