@@ -565,6 +565,96 @@ TEST(JpegWriterTest, ProfileCommentAndResolutionComeBack) {
     }
 }
 
+// The segments of a marker before the scan, without their lengths.
+std::vector<Bytes> segments_of(const Bytes& file, uint8_t marker) {
+    std::vector<Bytes> found;
+    for (size_t at = 2; file[at + 1] != 0xDA;) {
+        const size_t size = static_cast<size_t>(file[at + 2] << 8 | file[at + 3]);
+        const auto from = file.begin() + static_cast<std::ptrdiff_t>(at);
+        if (file[at + 1] == marker) {
+            found.emplace_back(from + 4, from + static_cast<std::ptrdiff_t>(2 + size));
+        }
+        at += 2 + size;
+    }
+    return found;
+}
+
+Bytes lossless_file(const RowsHeader& header, const JpegEncoding& encoding) {
+    MemorySink sink;
+    const auto writer = make_lossless_jpeg_writer(header, encoding, sink);
+    writer->write(header.height, random_rows(header));
+    writer->finish();
+    const EncodedBytes file = sink.take();
+    return {file.bytes().begin(), file.bytes().end()};
+}
+
+TEST(JpegWriterTest, CommentsAndProfilesOfLosslessFiles) {
+    constexpr size_t kMost = 65533;
+    RowsHeader header = header_of(5, 4, {});
+    JpegEncoding encoding;
+    encoding.bits = 8;
+    EXPECT_TRUE(segments_of(lossless_file(header, encoding), 0xFE).empty());
+    for (const size_t size : {size_t{1}, kMost}) {
+        encoding.comment = std::string(size, 'c');
+        EXPECT_EQ(segments_of(lossless_file(header, encoding), 0xFE), std::vector<Bytes>{Bytes(size, 'c')});
+    }
+    encoding.comment += 'c';
+    const auto reason = [&](const RowsHeader& of) {
+        const PictureError error = failure_of([&] { lossless_file(of, encoding); });
+        EXPECT_EQ(error.kind(), Failure::kEncoding);
+        return std::string(error.what());
+    };
+    EXPECT_EQ(reason(header), "a JPEG comment has at most 65533 bytes, this one has 65534");
+    encoding.comment.clear();
+
+    constexpr size_t kPart = kMost - 14;  // the mark, the number of the part and that of all
+    for (const size_t size : {size_t{1}, kPart, kPart + 1, 3 * kPart}) {
+        Bytes profile(size);
+        for (size_t i = 0; i < size; i++) {
+            profile[i] = static_cast<uint8_t>(i * 7 + i / 251);
+        }
+        header.profile = std::make_shared<const Bytes>(profile);
+        const std::vector<Bytes> parts = segments_of(lossless_file(header, encoding), 0xE2);
+        const size_t count = (size + kPart - 1) / kPart;
+        ASSERT_EQ(parts.size(), count);
+        Bytes joined;
+        for (size_t i = 0; i < count; i++) {
+            Bytes mark{'I', 'C', 'C', '_', 'P', 'R', 'O', 'F', 'I', 'L', 'E', 0};
+            mark.push_back(static_cast<uint8_t>(i + 1));
+            mark.push_back(static_cast<uint8_t>(count));
+            ASSERT_TRUE(std::equal(mark.begin(), mark.end(), parts[i].begin()));
+            joined.insert(joined.end(), parts[i].begin() + 14, parts[i].end());
+        }
+        EXPECT_EQ(joined, profile);
+    }
+    header.profile = std::make_shared<const Bytes>(255 * kPart + 1);
+    EXPECT_EQ(reason(header), "a color profile in a JPEG file has at most " + std::to_string(255 * kPart) +
+                                  " bytes, this one has " + std::to_string(255 * kPart + 1));
+}
+
+TEST(JpegWriterTest, BitsOfLosslessFiles) {
+    for (const int bits : {2, 3, 8, 9, 16}) {
+        JpegEncoding encoding;
+        encoding.bits = bits;
+        PixelForm form;
+        form.sample = bits > 8 ? SampleType::kUint16 : SampleType::kUint8;
+        form.bits = bits > 8 ? 16 : 8;
+        const std::vector<Bytes> frames = segments_of(lossless_file(header_of(5, 4, form), encoding), 0xC3);
+        ASSERT_EQ(frames.size(), 1U);
+        EXPECT_EQ(frames[0][0], bits);
+    }
+    for (const int bits : {0, 1, 17}) {
+        JpegEncoding encoding;
+        encoding.bits = bits;
+        PixelForm form;
+        form.sample = bits > 8 ? SampleType::kUint16 : SampleType::kUint8;
+        form.bits = bits > 8 ? 16 : 8;
+        const PictureError error = failure_of([&] { lossless_file(header_of(5, 4, form), encoding); });
+        EXPECT_STREQ(error.what(),
+                     ("lossless JPEG has samples of 2 to 16 bits; BitsPerChannel is " + std::to_string(bits)).c_str());
+    }
+}
+
 TEST(JpegWriterTest, ASinkThatFailsEndsTheWriting) {
     const RowsHeader header = header_of(300, 300, {});
     const Bytes rows = random_rows(header);
