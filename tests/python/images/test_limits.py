@@ -283,3 +283,26 @@ def test_the_limit_of_a_save_counts_all_frames(options: Any) -> None:
     image.save(target, settings)
     with Pillow.open(target) as saved:
         assert saved.n_frames == 14
+
+
+def gif_of_frames(count: int) -> bytes:
+    head = b"GIF89a" + struct.pack("<HHBBB", 1, 1, 0x80, 0, 0) + bytes(6)
+    return head + (b"," + struct.pack("<4HB", 0, 0, 1, 1, 0) + b"\2\1\x44\0") * count + b";"
+
+
+def webp_of_frames(count: int) -> bytes:
+    picture = b"VP8L" + struct.pack("<I", 5) + b"\x2f" + bytes(4) + b"\0"
+    frame = b"ANMF" + struct.pack("<I", 16 + len(picture)) + bytes(16) + picture
+    body = (b"WEBPVP8X" + struct.pack("<I", 10) + b"\2\0\0\0" + bytes(6) + b"ANIM" + struct.pack("<I", 6) + bytes(6)
+            + frame * count)
+    return b"RIFF" + struct.pack("<I", len(body)) + body
+
+
+@pytest.mark.parametrize(("make", "text"), [
+    (gif_of_frames, "it has more than 1048576 frames."),
+    (webp_of_frames, "the animation has more than 1048576 frames.")])
+def test_frames_of_an_animation_are_counted(make: Any, text: str) -> None:
+    most = 1 << 20
+    assert Image.load(io.BytesIO(make(most))).width == 1
+    with managed_error("ImageLoadException", text):
+        Image.load(io.BytesIO(make(most + 1)))
