@@ -13,7 +13,9 @@ from typing import Any
 import numpy as np
 import pytest
 from zelmor.imaging import (
-    Color, DashCap, Graphics, LineCap, LineJoin, Pen, PenAlignment, PointF, RectangleF, SmoothingMode)
+    Color, CustomLineCap, DashCap, DashStyle, Figure, Graphics, GraphicsPath, LineCap, LineJoin, Pen, PenAlignment,
+    PointF, RectangleF, SmoothingMode)
+from zelmor.imaging.shapes import PolygonShape
 
 from support.image_oracles import load, managed_error, pixels, write
 
@@ -199,3 +201,66 @@ def test_thin_lines_have_a_pixel(tmp_path: Path) -> None:
     for width in (0.0, 0.2, 1.0):
         found = drawn(tmp_path, lambda g: g.draw_line(pen(width), PointF(20, 50), PointF(100, 50)))
         assert np.array_equal(found, (Y == 50) & (20 <= X) & (X <= 100))
+
+
+STYLES = {DashStyle.SOLID: [108 / 8], DashStyle.DASH: [3, 1], DashStyle.DOT: [1, 1], DashStyle.DASH_DOT: [3, 1, 1, 1],
+          DashStyle.DASH_DOT_DOT: [3, 1, 1, 1, 1, 1], DashStyle.CUSTOM: [2, 1]}
+
+
+@pytest.mark.parametrize("style", STYLES)
+def test_styles_of_dashes(style: DashStyle, tmp_path: Path) -> None:
+    made = pen(8.0, **({"dash_pattern": [2.0, 1.0]} if style == DashStyle.CUSTOM else {}))
+    made.dash_style = style
+    found = drawn(tmp_path, lambda g: g.draw_line(made, PointF(10, 50), PointF(118, 50)))[50]
+    ends = np.cumsum(np.tile(STYLES[style], 20)) * 8 + 10
+    for x in range(12, 116):
+        if abs(ends - x).min() > 1:
+            assert found[x] == (np.searchsorted(ends, x) % 2 == 0), x
+
+
+# ---- Custom caps: the line ends at the origin and comes from below
+
+
+def polygon(*points: tuple[float, float], closed: bool = True) -> GraphicsPath:
+    figure, path = Figure(), GraphicsPath()
+    figure.add_shape(PolygonShape([PointF(x, y) for x, y in points], closed))
+    path.add_figure(figure)
+    return path
+
+
+def capped(tmp_path: Path, cap: CustomLineCap, width: float = 6.0) -> Any:
+    made = pen(width, custom_end_cap=cap, end_cap=LineCap.CUSTOM)
+    return drawn(tmp_path, lambda g: g.draw_line(made, PointF(20, 50), PointF(80, 50)))
+
+
+TIP = ((0.0, 0.0), (-3.0, -4.0), (3.0, -4.0))
+
+
+@pytest.mark.parametrize("scale", [1.0, 1.5])
+def test_filled_caps(scale: float, tmp_path: Path) -> None:
+    cap = CustomLineCap(polygon(*TIP), None)
+    assert cap.width_scale == 1.0
+    cap.width_scale = scale
+
+    def area(x: Any, y: Any) -> Any:
+        behind = (80 - x) / (6 * scale)
+        return (20 <= x) & (x <= 80) & (abs(y - 50) <= 3) | (0 <= behind) & (behind <= 4) & (
+            abs(y - 50) <= behind * 0.75 * 6 * scale)
+    check(capped(tmp_path, cap), area)
+
+
+@pytest.mark.parametrize("ends", [(LineCap.FLAT, LineCap.FLAT), (LineCap.SQUARE, LineCap.ROUND),
+                                  (LineCap.ROUND, LineCap.TRIANGLE), (LineCap.TRIANGLE, LineCap.SQUARE)])
+def test_caps_of_a_line_have_caps(ends: tuple[LineCap, LineCap], tmp_path: Path) -> None:
+    """A bar across the end, as wide as the line, with an end of its own at each side."""
+    cap = CustomLineCap(None, polygon((-3.0, -2.0), (3.0, -2.0), closed=False))
+    cap.set_stroke_caps(*ends)
+
+    def end(cap: LineCap, along: Any, across: Any) -> Any:
+        return np.zeros_like(along, bool) if cap == LineCap.FLAT else CAPS[cap](along, across)
+
+    def area(x: Any, y: Any) -> Any:
+        along, across = (y - 50) / 6, (x - 68) / 6  # the first point of the bar lies to the right of the way
+        body = (20 <= x) & (x <= 80) & (abs(y - 50) <= 3) | (abs(along) <= 3) & (abs(across) <= 0.5)
+        return body | end(ends[0], along - 3, across) | end(ends[1], -along - 3, across)
+    check(capped(tmp_path, cap), area)

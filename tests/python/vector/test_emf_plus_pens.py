@@ -125,9 +125,10 @@ def test_units_of_a_pen(unit: int, width: float, found: int) -> None:
 TIP = [(0.0, 0.0), (-3.0, -6.0), (3.0, -6.0)]  # the end of the line is at the origin, the line comes from below
 
 
-def custom_cap(fill_path: bytes = b"", line_path: bytes = b"", scale: float = 1, join: int = 0) -> bytes:
+def custom_cap(fill_path: bytes = b"", line_path: bytes = b"", scale: float = 1, base: int = 0,
+               inset: float = 0) -> bytes:
     flags = bool(fill_path) | 2 * bool(line_path)
-    data = VERSION + words(0, flags, 0) + floats(0) + words(0, 0, join) + floats(10, scale, 0, 0, 0, 0)
+    data = VERSION + words(0, flags, base) + floats(inset) + words(0, 0, 0) + floats(10, scale, 0, 0, 0, 0)
     for path in (fill_path, line_path):
         data += words(len(path)) + path if path else b""
     return words(len(data)) + data
@@ -164,6 +165,15 @@ def test_caps_of_lines() -> None:
 
 def test_a_cap_without_a_path_is_none() -> None:
     assert shown(pen(4, 0x1000, custom_cap()), LINE).tobytes() == shown(pen(4), LINE).tobytes()
+
+
+@pytest.mark.parametrize("base", [0, 2, 3])
+def test_the_line_below_a_cap(base: int) -> None:
+    """It ends before the cap, by widths of the line, with an end of its own."""
+    small = plus_path([(-0.5, 0), (0, 0.5), (0.5, 0)], [0, 1, 0x81])
+    picture = shown(pen(8, 0x1000, custom_cap(small, base=base, inset=4)), LINE)
+    assert colors(picture, (40, 40), (46, 40), (55, 40), (81, 40)) == [BLUE, BLUE, WHITE, BLUE]
+    assert colors(picture, (50, 40), (51, 38)) == [BLUE if base else WHITE, BLUE if base == 2 else WHITE]
 
 
 def arrow(filled: int, inset: float = 0, scale: float = 1) -> bytes:

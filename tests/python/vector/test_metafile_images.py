@@ -33,9 +33,9 @@ from zelmor.imaging.shapes import RectangleShape
 
 from support.drawn_metafiles import BLUE, GREEN, RED, WHITE, color_at, dark, drawn
 from support.image_oracles import managed_error
-from support.metafiles import (BOUNDS, NULL_PEN, SIDE, VERSION, bitmap_header, brush, emf, emf_record, floats, font,
-                               plus, plus_comment, plus_object, plus_record, rows24, select, stretch_dib, text_out,
-                               wmf, wmf_brush, wmf_font, wmf_pen, wmf_record, wmf_select, words)
+from support.metafiles import (BOUNDS, NULL_PEN, SIDE, VERSION, bitmap_header, blit, brush, emf, emf_record, floats,
+                               font, plus, plus_comment, plus_object, plus_record, rows24, select, stretch_dib,
+                               text_out, wmf, wmf_brush, wmf_font, wmf_pen, wmf_record, wmf_select, words)
 from support.office_files import fodg
 
 FILLED = wmf_pen(0, style=5) + wmf_select(0) + wmf_brush(RED) + wmf_select(1)
@@ -232,6 +232,37 @@ def test_embedded_pictures() -> None:
         raster: Any = RasterImage._cast_to(embedded.image).value
         assert raster.size == Size(2, 2)
         assert [raster.get_argb_32_pixel(x, y) & 0xFFFFFF for y in (0, 1) for x in (0, 1)] == [RED, GREEN, BLUE, WHITE]
+
+
+def embedded_colors(file: bytes) -> list[list[int]]:
+    with load(file) as image:
+        found = []
+        for embedded in image.get_embedded_images():
+            raster: Any = RasterImage._cast_to(embedded.image).value
+            found.append([raster.get_argb_32_pixel(x, y) & 0xFFFFFF for y in range(raster.height)
+                          for x in range(raster.width)])
+        return found
+
+
+def test_embedded_pictures_of_all_kinds() -> None:
+    """Images of EMF+ and bitmaps of both kinds in records that draw them; not those of brushes, nor empty ones."""
+    four, header = [RED, GREEN, BLUE, WHITE], bitmap_header(2, 2, 24)
+    rows = rows24([[RED, GREEN], [BLUE, WHITE]])
+    raw = VERSION + words(1, 2, 2, 8, 0x21808, 0) + rows24([[BLUE, WHITE], [RED, GREEN]])
+    other = VERSION + words(1, 1, 1, 4, 0x21808, 0) + rows24([[GREEN]])
+    vector = VERSION + words(2, 3, len(EMF)) + EMF
+    records = plus(plus_object(5, 5, raw), plus_object(6, 6, VERSION + floats(20) + words(2, 0, 0, 1) + b"A\0\0\0"),
+                   plus_object(5, 5, vector + bytes(-len(vector) % 4)), plus_object(4, 5, other))
+    brush = emf_record(94, words(1, 0, 32, 40, 72, 16) + header + rows)
+    nothing = blit(76, (0, 0, 9, 9), 0x00F00021)
+    empty = stretch_dib(bitmap_header(0, 2, 24), rows, (0, 0, 9, 9), (2, 2))
+    file = emf(records, brush, nothing, empty, blit(76, (0, 0, 2, 2), 0x00CC0020, bitmap=(header, rows)))
+    assert embedded_colors(file) == [four, [GREEN], four]
+    old = struct.pack("<4H2B", 0, 2, 1, 6, 1, 24) + bytes([0, 0, 255, 0, 255, 0])
+    file = wmf(wmf_record(0x0142, 5, 0, data=header + rows), wmf_record(0x0B23, 0x20, 0xCC, 1, 2, 0, 0, 9, 9, 0, 0,
+                                                                        data=old),
+               wmf_record(0x0940, 0x20, 0xCC, 0, 0, 2, 2, 20, 20, data=header + rows))
+    assert embedded_colors(file) == [[RED, GREEN], four]
 
 
 def test_damage_names_the_record() -> None:

@@ -171,6 +171,17 @@ Ref<ManagedObject> path_object(const Ref<ManagedObject>& holder, const char* nam
     return made;
 }
 
+api::LineCap usual_cap(int64_t cap) {
+    for (const auto each :
+         {api::LineCap::kSquare, api::LineCap::kRound, api::LineCap::kTriangle, api::LineCap::kSquareAnchor,
+          api::LineCap::kRoundAnchor, api::LineCap::kDiamondAnchor, api::LineCap::kArrowAnchor}) {
+        if (static_cast<int64_t>(each) == cap) {
+            return each;
+        }
+    }
+    return api::LineCap::kFlat;
+}
+
 // A cap as the API has it: the line ends at the origin and comes from below in both.
 Ref<ManagedObject> custom_cap(const ManagedObject& cap) {
     const auto data = object_in(cap, "CustomLineCapData");
@@ -197,6 +208,8 @@ Ref<ManagedObject> custom_cap(const ManagedObject& cap) {
             set_property(*made, "StrokePath", Value(path));
         }
         set_property(*made, "StrokeJoin", whole_in(*data, "StrokeJoin"));
+        set_property(*made, "BaseCap", usual_cap(whole_in(*data, "BaseCap")));
+        set_property(*made, "BaseInset", number_in(*data, "BaseInset"));
     }
     const double scale = number_in(*data, "WidthScale");
     set_property(*made, "WidthScale", scale > 0 ? scale : 1.0);
@@ -211,17 +224,6 @@ void set_cap(ManagedObject& pen, const ManagedObject& optional, const char* hold
         set_property(pen, custom, Value(made));
         set_property(pen, line_cap, api::LineCap::kCustom);
     }
-}
-
-api::LineCap usual_cap(int64_t cap) {
-    for (const auto each :
-         {api::LineCap::kSquare, api::LineCap::kRound, api::LineCap::kTriangle, api::LineCap::kSquareAnchor,
-          api::LineCap::kRoundAnchor, api::LineCap::kDiamondAnchor, api::LineCap::kArrowAnchor}) {
-        if (static_cast<int64_t>(each) == cap) {
-            return each;
-        }
-    }
-    return api::LineCap::kFlat;
 }
 
 void set_pen_details(ManagedObject& pen, const ManagedObject& optional, int64_t flags) {
