@@ -20,6 +20,7 @@ from zelmor.imaging.brushes import (
     HatchBrush, LinearGradientBrush, LinearMulticolorGradientBrush, PathGradientBrush, SolidBrush, TextureBrush,
 )
 from zelmor.imaging.fileformats.png import PngImage
+from zelmor.imaging.fileformats.svg import SvgImage
 from zelmor.imaging.imageoptions import PngOptions
 from zelmor.imaging.shapes import EllipseShape, RectangleShape, TextShape
 
@@ -251,6 +252,53 @@ def test_updates_reach_the_image_at_their_end(sheet: Sheet) -> None:
     assert (sheet.ink() == (box(1, 1, 5, 5) & ~box(2, 2, 3, 3))).all()
     with managed_error("InvalidOperationException", "No update"):
         g.end_update()
+
+
+def test_an_update_of_an_image_that_got_another_size(sheet: Sheet) -> None:
+    """What was drawn before is in the image when it gets its size; after it, nothing has a place."""
+    g = sheet.graphics
+    g.begin_update()
+    g.fill_rectangle(black(), 1, 1, 5, 5)
+    RasterImage._cast_to(sheet.image).value.resize(WIDTH * 2, HEIGHT)
+    g.fill_rectangle(black(), 20, 20, 5, 5)
+    with managed_error("InvalidOperationException", "The image was given another size since the update began."):
+        g.end_update()
+    assert not g.is_in_begin_update_call
+    seen = sheet.seen()
+    assert seen.shape[1] == WIDTH * 2 and (seen[2:5, 3:11] < 20).all() and (seen[:, 17:] == 255).all()
+    g.fill_rectangle(black(), 100, 1, 5, 5)
+    assert (sheet.seen()[1:6, 100:105] == 0).all()
+
+
+@pytest.mark.parametrize("mode", [mode for mode in InterpolationMode if mode != InterpolationMode.INVALID])
+def test_ways_of_enlarging_pictures(sheet: Sheet, tmp_path: Path, mode: InterpolationMode) -> None:
+    """The nearest pixel has the colors of the picture alone; others mix them, those of high quality all the same."""
+    picture = load(write(tmp_path / "p.png", np.array([[[255, 0, 0], [0, 255, 0]]], np.uint8)))
+
+    def enlarged(chosen: InterpolationMode) -> np.ndarray:
+        other = Sheet(tmp_path)
+        other.graphics.interpolation_mode = chosen
+        other.graphics.draw_image(picture, Rectangle(0, 0, 2, 1), Rectangle(10, 10, 20, 10), GraphicsUnit.PIXEL)
+        return other.seen()[12, 10:30]
+
+    found = enlarged(mode)
+    sharp = mode in (InterpolationMode.LOW, InterpolationMode.NEAREST_NEIGHBOR)
+    assert (found[2] == [255, 0, 0]).all() and (found[17] == [0, 255, 0]).all()
+    assert (len(np.unique(found, axis=0)) == 2) == sharp
+    fine = (InterpolationMode.HIGH, InterpolationMode.BICUBIC, InterpolationMode.HIGH_QUALITY_BILINEAR,
+            InterpolationMode.HIGH_QUALITY_BICUBIC)
+    assert (found == enlarged(fine[-1])).all() == (mode in fine)
+
+
+def test_pictures_of_lines_are_not_drawn_on(sheet: Sheet) -> None:
+    vector = SvgImage(4, 4)
+    with managed_error("NotSupportedException", "Drawing on a Zelmor.Imaging.FileFormats.Svg.SvgImage"):
+        Graphics(vector)
+    with managed_error("NotSupportedException", "Drawing a Zelmor.Imaging.FileFormats.Svg.SvgImage"):
+        sheet.graphics.draw_image(vector, PointF(0, 0))
+    with managed_error("NotSupportedException", "A texture of a Zelmor.Imaging.FileFormats.Svg.SvgImage"):
+        sheet.graphics.fill_rectangle(TextureBrush(vector), 0, 0, 9, 9)
+    assert not sheet.ink().any()
 
 
 def test_gradients_go_from_one_color_to_the_other(sheet: Sheet) -> None:

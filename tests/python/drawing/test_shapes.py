@@ -10,14 +10,14 @@ import numpy as np
 import pytest
 from zelmor.imaging import (
     Color, Figure, FillMode, Graphics, GraphicsPath, Matrix, MatrixOrder, Pen, Point, PointF, Rectangle, RectangleF,
-    Region,
+    Region, WarpMode,
 )
 from zelmor.imaging.shapes import (
     ArcShape, BezierShape, CurveShape, EllipseShape, PieShape, PolygonShape, RectangleShape,
 )
 from zelmor.imaging.shapesegments import BezierSegment, LineSegment
 
-from support.image_oracles import load, noise, write
+from support.image_oracles import load, managed_error, noise, write
 
 
 def array(matrix: Matrix) -> np.ndarray:
@@ -321,6 +321,57 @@ def test_warping() -> None:
     assert {(0, 0), (20, 0), (0, 10), (30, 30)} <= points
     with pytest.raises(RuntimeError, match="three or four points"):
         path.warp(corners[:2], RectangleF(0, 0, 1, 1))
+
+
+def homography(to: np.ndarray) -> np.ndarray:
+    """That of the corners of the unit square: left top, right top, left bottom, right bottom."""
+    rows, values = [], []
+    for (u, v), (x, y) in zip(((0, 0), (1, 0), (0, 1), (1, 1)), to, strict=True):
+        rows += [[u, v, 1, 0, 0, 0, -x * u, -x * v], [0, 0, 0, u, v, 1, -y * u, -y * v]]
+        values += [x, y]
+    return np.append(np.linalg.solve(np.array(rows, float), values), 1).reshape(3, 3)
+
+
+@pytest.mark.parametrize("corners", [[(0, 0), (20, 0), (0, 10), (30, 30)], [(5, 3), (40, 8), (1, 30), (25, 35)],
+                                     [(0, 0), (10, 0), (0, 10), (10, 10)], [(2, 1), (9, 4), (4, 8)]])
+@pytest.mark.parametrize("mode", list(WarpMode))
+@pytest.mark.parametrize("scale", [None, (2.0, 3.0)])
+def test_where_points_are_warped_to(corners: list[tuple[float, float]], mode: WarpMode,
+                                    scale: tuple[float, float] | None) -> None:
+    """By a homography, or by mixing the corners; three of them are those of a parallelogram."""
+    to = np.array(corners, float)
+    if len(to) == 3:
+        to = np.vstack([to, to[1] + to[2] - to[0]])
+    points = np.array([(4.0, 6.0), (10, 6), (13, 9), (6, 14)])
+    path = path_of(PolygonShape([PointF(x, y) for x, y in points]))
+    matrix = Matrix()
+    if scale:
+        matrix.scale(*scale)
+    path.warp([PointF(x, y) for x, y in corners], RectangleF(3, 5, 10, 9), matrix if scale else None, mode)
+    parts = (points - (3, 5)) / (10, 9)
+    if mode == WarpMode.PERSPECTIVE:
+        mapped = np.column_stack([parts, np.ones(len(parts))]) @ homography(to).T
+        expected = mapped[:, :2] / mapped[:, 2:]
+    else:
+        u, v = parts[:, :1], parts[:, 1:]
+        expected = to[0] * (1 - u) * (1 - v) + to[1] * u * (1 - v) + to[2] * (1 - u) * v + to[3] * u * v
+    found = [(p.x, p.y) for f in path.figures for s in f.shapes for p in PolygonShape._cast_to(s).value.points]
+    assert len(found) == 3 * 16 + 1  # pieces of lines
+    assert np.array(found[::16]) == pytest.approx(expected * (scale or (1, 1)), abs=1e-3)
+
+
+def test_what_cannot_be_warped() -> None:
+    path = path_of(RectangleShape(RectangleF(0, 0, 1, 1)))
+    square = [PointF(0, 0), PointF(1, 0), PointF(0, 1), PointF(1, 1)]
+    for count in (0, 2, 5):
+        with managed_error("ArgumentException", "three or four points. (Parameter 'dest_points')"):
+            path.warp((square * 2)[:count], RectangleF(0, 0, 1, 1))
+    with managed_error("ArgumentException", "lie in one line. (Parameter 'dest_points')"):
+        path.warp([PointF(i, 2 * i) for i in (0, 1, 2, 5)], RectangleF(0, 0, 1, 1))
+    for empty in (RectangleF(0, 0, 0, 1), RectangleF(0, 0, 1, 0)):
+        with managed_error("ArgumentException", "is empty. (Parameter 'src_rect')"):
+            path.warp(square, empty)
+    assert bounds(path) == (0, 0, 1, 1)
 
 
 def test_paths_turn_and_join() -> None:
