@@ -217,3 +217,20 @@ def test_sizes_out_of_range(numbers: tuple[int, int, int]) -> None:
         SvgGraphics2D(*numbers)
     with managed_error("ArgumentNullException", "image"):
         SvgGraphics2D(None)
+
+
+def test_texts_without_letters() -> None:
+    for text in ("", None):
+        graphics = recording()
+        graphics.draw_string(Font("DejaVu Sans", 20.0), text, Point(5, 5), Color.red)
+        assert "<text" not in text_of(graphics.end_recording())
+    with managed_error("ArgumentNullException", "font"):
+        recording().draw_string(None, "", Point(5, 5), Color.red)
+
+
+@pytest.mark.parametrize("width, height", [(10000001, 5), (5, 20000000)])
+def test_recordings_that_are_too_large(width: int, height: int) -> None:
+    with managed_error(r"\w+", f"the SVG document is too large: {width} by {height} pixels"):
+        SvgGraphics2D(width, height, 96).end_recording()
+    assert SvgGraphics2D(min(width, 10000000), min(height, 10000000), 96).end_recording().size == Size(
+        min(width, 10000000), min(height, 10000000))

@@ -5,6 +5,7 @@ The oracle is rsvg-convert; ImageMagick's own renderer for simple shapes.
 
 from __future__ import annotations
 
+import base64
 import gzip
 import io
 import random
@@ -264,6 +265,35 @@ def test_embedded_images() -> None:
     picture: Any = RasterImage._cast_to(images[0].image).value
     assert picture.size == Size(2, 1)
     assert [picture.get_pixel(x, 0).to_argb() & 0xFFFFFF for x in range(2)] == [0xFF0000, 0x0000FF]
+
+
+@pytest.mark.parametrize("data", ["iVBO\nRw0K", " iVBORw0K ", "iVBO&#9;Rw&#13;0K", "iVBORw0K=ignored"])
+def test_embedded_images_with_spaces(data: str) -> None:
+    """Spaces and ends of lines within the data count for nothing, and nothing behind its end does."""
+    file = io.BytesIO()
+    Pillow.new("RGB", (3, 2), (1, 2, 3)).save(file, "PNG")
+    text = base64.b64encode(file.getvalue()).decode()
+    assert text.startswith("iVBORw0K") and not text.endswith("=")
+    text = data.split("=")[0] + text[8:] + ("" if "=" not in data else "=" + data.split("=")[1])
+    image: Any = SvgImage._cast_to(loaded(document(f'<image href="data:image/png;base64,{text}"/>'))).value
+    (embedded, ) = image.get_embedded_images()
+    assert embedded.image.size == Size(3, 2)
+
+
+@pytest.mark.parametrize("uri", ["data:image/png;base64", "data:image/png,iVBORw0K", "image/png;base64,iVBORw0K",
+                                 "data:image/png;base64,iVB?Rw0K"])
+def test_what_is_no_embedded_image(uri: str) -> None:
+    image: Any = SvgImage._cast_to(loaded(document(f'<image href="{uri}"/>'))).value
+    assert list(image.get_embedded_images()) == []
+
+
+@pytest.mark.parametrize("width, height", [(10000001, 5), (5, 10000001)])
+def test_documents_that_are_too_large(width: int, height: int) -> None:
+    data = f'<svg xmlns="http://www.w3.org/2000/svg" width="{width}" height="{height}"><rect/></svg>'.encode()
+    with managed_error("ImageLoadException", f"a picture of {width} by {height} pixels is larger than the limit"):
+        loaded(data)
+    data = data.replace(b"10000001", b"10000000")
+    assert max(loaded(data).width, loaded(data).height) == 10000000
 
 
 # ---- What must not happen

@@ -35,24 +35,6 @@ std::optional<double> take_number(std::string_view& text) {
     return error == std::errc::result_out_of_range ? HUGE_VAL : value;
 }
 
-// How many numbers a command of a path has.
-size_t numbers_of(char command) {
-    switch (command | 0x20) {
-        case 'h':
-        case 'v':
-            return 1;
-        case 'c':
-            return 6;
-        case 's':
-        case 'q':
-            return 4;
-        case 'a':
-            return 7;
-        default:
-            return 2;
-    }
-}
-
 }  // namespace
 
 std::optional<double> svg_number(std::string_view text) {
@@ -112,7 +94,7 @@ double svg_path_length(std::string_view path) {
             continue;
         }
         const char kind = static_cast<char>(command | 0x20);
-        const size_t count = numbers_of(command);
+        const size_t count = kind == 'a' ? 7 : 2;  // numbers; others come in pairs, or are all of one axis
         if (kind == 'a' && place < 5) {
             length += place < 2 ? 2 * std::numbers::pi * std::abs(*number) : 0;  // a radius; then turn and flags
         } else if (command == kind) {
