@@ -93,7 +93,10 @@ void RecorderObject::image(const imagework::Picture& picture, const RectD& part,
                                .then(Affine::translation(to.x, to.y))
                                .then(map());
     paint.placing = Affine::translation(left, top).then(placing);
-    target.fill(transformed({rectangle_contour(part)}, placing), FillRule::kWinding, paint, true);
+    // Beyond the image there is nothing.
+    const double x = std::max(part.x, 0.0), y = std::max(part.y, 0.0);
+    const RectD there{x, y, std::min(part.right(), right) - x, std::min(part.bottom(), bottom) - y};
+    target.fill(transformed({rectangle_contour(there)}, placing), FillRule::kWinding, paint, true);
 }
 
 void RecorderObject::text(const std::u16string& text, const ManagedObject* font, Argb color, PointD at,

@@ -129,11 +129,7 @@ void draw_image_bytes(Recorder& self, std::span<const std::byte> bytes, RectArg 
 }
 void draw_image_stream(Recorder& self, Ref<ManagedStream> stream, RectArg to, GraphicsUnit) {
     const auto image = image_of_stream(stream, nullptr);
-    auto* raster = dynamic_cast<ImageObject*>(static_cast<ManagedObject*>(image.get()));
-    if (raster == nullptr) {
-        throw_not_supported("Drawing an image without pixels");
-    }
-    self.image(raster->picture(), all_of(raster->picture()), to);
+    self.image(image->picture(), all_of(image->picture()), to);
 }
 
 // ---- Text
