@@ -376,6 +376,29 @@ def test_distances_across_and_up(advances: list[int], pairs: list[int]) -> None:
     assert (second[1], second[3]) == (before[1] - pairs[1], before[3] - pairs[1])
 
 
+def styled_font(face: str, *, underlined: bool = False) -> bytes:
+    data = struct.pack("<5i8B", -30, 0, 0, 0, 400, 0, underlined, 0, 0, 0, 0, 0, 0) + face.encode("utf-16-le").ljust(
+        64, b"\0")
+    return emf_record(82, words(3) + data + bytes(320 - len(data))) + select(3)
+
+
+def test_faces_for_upright_lines_are_the_faces_themselves() -> None:
+    """Their names begin with an at sign."""
+    upright, plain, other = (drawn(emf(emf_record(18, words(1)) + styled_font(face) + text_out("Wi", (10, 30), [])))
+                             for face in ("@DejaVu Serif", "DejaVu Serif", "@DejaVu Sans"))
+    assert dark(upright)[2] > 30 and upright.tobytes() == plain.tobytes() != other.tobytes()
+
+
+def test_lines_below_letters_belong_to_a_path_of_them() -> None:
+    def filled(underlined: bool) -> tuple[int, int, int, int]:
+        return dark(drawn(emf(select(NULL_PEN) + brush(1, BLACK) + styled_font("DejaVu Sans", underlined=underlined)
+                              + emf_record(59) + text_out("Hx", (10, 20), [30, 30]) + emf_record(60)
+                              + emf_record(62, BOUNDS))))
+    plain, line = filled(False), filled(True)
+    assert line[1] == plain[1] and plain[3] + 2 <= line[3] <= plain[3] + 8
+    assert line[0] <= plain[0] and line[2] in range(68, 72)  # as wide as the two letters together
+
+
 def test_text_can_be_a_path() -> None:
     picture = drawn(emf(select(NULL_PEN) + brush(1, RED) + font(3, -60, "DejaVu Sans") + emf_record(59)
                         + text_out("I", (40, 10), [20]) + emf_record(60) + emf_record(62, BOUNDS)))

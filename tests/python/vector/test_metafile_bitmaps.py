@@ -12,7 +12,8 @@ import pytest
 from PIL import Image as Pillow
 
 from support.drawn_metafiles import BLACK, WHITE, color_at, drawn
-from support.metafiles import bitmap_header, emf, stretch_dib, wmf, wmf_record, words
+from support.metafiles import (BOUNDS, IDENTITY, bitmap_header, emf, emf_record, stretch_dib, wmf, wmf_record,
+                               words)
 
 WIDTH, HEIGHT = 10, 7
 RANDOM = np.random.default_rng(9)
@@ -154,3 +155,58 @@ def test_bitmaps_of_the_first_version_that_are_none(width: int, height: int, str
                                                     is_drawn: bool) -> None:
     picture = drawn(wmf(old_blit(width, height, stride, depth, bytes(size))))
     assert (color_at(picture, (0, 0)) == BLACK) == is_drawn
+
+
+# ---- Masks of EMF
+
+
+def mask_of(bits: np.ndarray) -> tuple[bytes, bytes]:
+    height, width = bits.shape
+    packed = np.packbits(bits[::-1].astype(np.uint8), axis=1)
+    return (bitmap_header(width, height, 1, colors=(0, 0xFFFFFF)),
+            np.pad(packed, ((0, 0), (0, -packed.shape[1] % 4))).tobytes())
+
+
+def masked(kind: int, bits: np.ndarray, at: tuple[int, int], source: np.ndarray) -> np.ndarray:
+    """MaskBlt (78), where set bits copy and others invert what is there, or PlgBlt (79), where others leave it."""
+    height, width = source.shape[:2]
+    header = bitmap_header(width, height, 32)
+    rows = np.dstack([source[::-1, :, ::-1], np.zeros((height, width), np.uint8)]).tobytes()
+    mask_header, mask_bits = mask_of(bits)
+    if kind == 78:
+        fixed, place = 128, words(20, 30, width, height, 0x55CC0000, 0, 0)
+    else:
+        fixed, place = 140, words(20, 30, 20 + width, 30, 20, 30 + height, 0, 0, width, height)
+    data = BOUNDS + place + IDENTITY + words(0, 0, fixed, 40, fixed + 40, len(rows), *at, 0, fixed + 40 + len(rows),
+                                             len(mask_header), fixed + 40 + len(rows) + len(mask_header),
+                                             len(mask_bits))
+    assert len(data) + 8 == fixed
+    return np.asarray(drawn(emf(emf_record(kind, data + header + rows + mask_header + mask_bits))))
+
+
+@pytest.mark.parametrize("kind", [78, 79])
+@pytest.mark.parametrize("size, at", [((7, 10), (0, 0)), ((9, 16), (0, 0)), ((9, 16), (3, 1)), ((4, 10), (0, 0)),
+                                      ((7, 6), (0, 0)), ((7, 10), (2, 0)), ((7, 10), (0, 3)), ((7, 10), (-1, -2))])
+def test_masks_of_other_sizes(kind: int, size: tuple[int, int], at: tuple[int, int]) -> None:
+    """The bit beside each pixel, counted from a place in the mask. Where there is no row of it, and beyond as many
+    columns as it has, nothing is drawn; to the left and right of it bits are not set."""
+    source = RANDOM.integers(1, 255, (HEIGHT, WIDTH, 3), np.uint8)
+    bits = RANDOM.integers(0, 2, size, np.uint8) != 0
+    found = masked(kind, bits, at, source)
+    expected = np.full((96, 96, 3), 255, np.uint8)
+    for y in range(HEIGHT):
+        for x in range(min(WIDTH, size[1])):
+            row, column = y + at[1], x + at[0]
+            if 0 <= row < size[0]:
+                if 0 <= column < size[1] and bits[row, column]:
+                    expected[30 + y, 20 + x] = source[y, x]
+                elif kind == 78:
+                    expected[30 + y, 20 + x] = 0
+    assert np.array_equal(found, expected)
+
+
+@pytest.mark.parametrize("kind", [78, 79])
+def test_masks_without_pixels(kind: int) -> None:
+    source = RANDOM.integers(0, 255, (HEIGHT, WIDTH, 3), np.uint8)
+    found = masked(kind, np.zeros((0, 0), bool), (0, 0), source)
+    assert found.min() == 255
