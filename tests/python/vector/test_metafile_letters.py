@@ -160,3 +160,37 @@ def test_strings_of_emf_plus_take_as_much_room_in_any_unit() -> None:
                         plus_record(0x401C, 0x8006, data)))
         columns = numpy.flatnonzero(ink_of(drawn(file)).sum(axis=0))
         assert abs(columns[-1] - columns[0] + 1 - width) < 2, scale
+
+
+def difference(a: Pillow.Image, b: Pillow.Image) -> float:
+    first, second = ink_of(a), ink_of(b)
+    return float(abs(first - second).sum() / first.sum())
+
+
+def sized(height: int) -> Pillow.Image:
+    return drawn(fine(font(1, height, "DejaVu Sans"), text_out("Hgx", (1000, 6000), [])))
+
+
+@pytest.mark.parametrize("pixels", [12, 20, 31])
+def test_heights_of_fonts(pixels: int) -> None:
+    """Those of letters are below zero, those of whole lines above; a line is as high as the font states."""
+    ascent, descent = ImageFont.truetype(FONT, 1000).getmetrics()
+    letters = round(-pixels * FINE * 1000 / (ascent + descent))
+    assert difference(sized(pixels * FINE), sized(letters)) < 0.03
+    assert difference(sized(pixels * FINE), sized(-pixels * FINE)) > 0.3
+
+
+def test_a_font_without_a_height_has_twelve_pixels() -> None:
+    assert sized(0).tobytes() == sized(-12 * FINE).tobytes() != sized(-13 * FINE).tobytes()
+    plain = emf(emf_record(18, words(1)), font(1, 0, "DejaVu Sans"), text_out("Hgx", (10, 30), []))
+    same = emf(emf_record(18, words(1)), font(1, -12, "DejaVu Sans"), text_out("Hgx", (10, 30), []))
+    assert drawn(plain).tobytes() == drawn(same).tobytes()
+
+
+@pytest.mark.parametrize("align, start", [(24 | 1, 90), (24 | 1 | 2, 30), (24 | 1 | 6, 60), (24, 60), (24 | 2, 60)])
+def test_where_a_line_goes_on_behind_text(align: int, start: int) -> None:
+    """To the right of it, to its left, or where it was, where text is centered or has a place of its own."""
+    file = emf(emf_record(18, words(1)), emf_record(22, words(align)), font(1, -10, "DejaVu Sans"),
+               emf_record(27, words(60, 20)), text_out(" ", (5, 5), [30]), emf_record(54, words(start, 90)))
+    columns = numpy.flatnonzero((ink_of(drawn(file)) > 128).any(axis=0))
+    assert list(columns) == [start] and (ink_of(drawn(file))[25:85, start] == 255).all()

@@ -15,6 +15,7 @@ from zelmor.imaging.fileformats.emf.emfplus.objects import EmfPlusPath, EmfPlusP
 from zelmor.imaging.fileformats.wmf import WmfImage
 from zelmor.imaging.fileformats.wmf.objects import WmfMoveTo, WmfRectangle
 
+from support.drawn_metafiles import color_at, drawn
 from support.image_oracles import managed_error
 from support.metafiles import (VERSION, brush, emf, emf_record, floats, font, plus, plus_comment, plus_object,
                                plus_record, wmf, wmf_brush, wmf_font, wmf_record, words)
@@ -281,3 +282,55 @@ def test_the_head_of_a_wmf_counts_its_objects() -> None:
     assert count(made * 9, deleted[3], deleted[3], made, made) == 10
     assert count(made * 9, deleted[3], deleted[8], made, made, made) == 10
     assert count(made * 8, wmf_record(0x01F0, 8), made, made) == 10  # which did not exist
+
+
+# ---- What the formats do not name
+
+
+def test_unknown_records_are_kept_and_draw_nothing() -> None:
+    plus_kept = plus_comment(plus_record(0x4001, 0, VERSION + words(1, 96, 96)), plus_record(0x4FFF, 5, b"1234"),
+                             plus_record(0x4002))
+    file = emf(emf_record(200, b"abcd"), emf_record(201), plus_kept)
+    with Image.load(io.BytesIO(file)) as image:
+        assert saved(image) == file
+    old = wmf(wmf_record(0x0777, 1, 2, 3), wmf_record(0x0778))
+    with Image.load(io.BytesIO(old)) as image:
+        assert wmf_record(0x0777, 1, 2, 3) + wmf_record(0x0778) in saved(image)
+    for each in (file, old):
+        assert drawn(each).getextrema() == ((255, 255), ) * 3
+
+
+def continued(kind: int, *parts: bytes) -> list[bytes]:
+    """Records that together have an object; all but the last one say how large it is."""
+    size = sum(map(len, parts))
+    return [plus_record(0x4008, 0x8000 | kind << 8 | 3, words(size) + part) for part in parts[:-1]] + [
+        plus_record(0x4008, kind << 8 | 3, parts[-1])]
+
+
+FILL = plus_record(0x400A, 0, words(3, 1) + floats(10, 10, 30, 30))
+
+
+@pytest.mark.parametrize("at", [4, 8])
+def test_objects_in_several_records(at: int) -> None:
+    """A brush, split behind its version or its type."""
+    brush_data = VERSION + words(0, 0xFF123456)
+    file = emf(plus(*continued(1, brush_data[:at], brush_data[at:]), FILL))
+    with Image.load(io.BytesIO(file)) as image:
+        assert saved(image) == file
+    assert color_at(drawn(file), (20, 20)) == 0x123456
+
+
+def test_objects_that_are_interrupted() -> None:
+    """A record of another object ends the one before it; what follows is an object of its own."""
+    brush_data, other = VERSION + words(0, 0xFF123456), plus_object(4, 1, VERSION + words(0, 0xFF00FF00))
+    first, last = continued(1, brush_data[:4], brush_data[4:])
+    assert color_at(drawn(emf(plus(first, other, last, FILL))), (20, 20)) == 0xFFFFFF
+    first, last = continued(1, brush_data[:8], brush_data[8:])
+    expect_damage(emf(plus(first, other, last)), "EmfPlusBrush.Type takes 4 bytes, but there are 0")
+
+
+def test_objects_of_an_unknown_kind_in_several_records() -> None:
+    file = emf(plus(*continued(0x55, b"abcd", b"efgh"), FILL))
+    with Image.load(io.BytesIO(file)) as image:
+        assert saved(image) == file
+    assert drawn(file).getextrema() == ((255, 255), ) * 3
