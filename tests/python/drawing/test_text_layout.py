@@ -9,7 +9,7 @@ import numpy as np
 import pytest
 from zelmor.imaging import (
     Color, Font, FontStyle, Graphics, GraphicsUnit, HotkeyPrefix, PointF, RasterImage, RectangleF, SizeF,
-    StringAlignment, StringFormat, StringFormatFlags, TextRenderingHint)
+    StringAlignment, StringFormat, StringFormatFlags, StringTrimming, TextRenderingHint)
 from zelmor.imaging.brushes import SolidBrush
 from zelmor.imaging.shapes import TextShape
 
@@ -161,3 +161,50 @@ def test_a_font_without_a_size_draws_nothing_and_a_huge_one_is_refused(page: Pag
     page.drawn("H", PointF(10, 10), None, Font("DejaVu Sans", 32000.0, GraphicsUnit.PIXEL))
     with managed_error("ArgumentException", "The font is too large to be drawn."):
         page.drawn("H", PointF(10, 10), None, Font("DejaVu Sans", 32001.0, GraphicsUnit.PIXEL))
+
+
+def trimmed(kind: StringTrimming, *, wrapped: bool = False) -> StringFormat:
+    format_ = StringFormat(StringFormatFlags(0) if wrapped else StringFormatFlags.NO_WRAP)
+    format_.trimming = kind
+    return format_
+
+
+LONG = "abcdefghijklmnopqrstuvwxyz"
+
+
+@pytest.mark.parametrize("kind", [StringTrimming.ELLIPSIS_CHARACTER, StringTrimming.ELLIPSIS_WORD])
+def test_dots_at_the_end_of_a_line(page: Page, kind: StringTrimming) -> None:
+    """As many letters as there is room for before them; a line that fits has none."""
+    found = page.drawn(LONG, FRAME, trimmed(kind))
+    equal = [n for n in range(1, 26) if np.array_equal(found, page.drawn(LONG[:n] + "\u2026", FRAME))]
+    assert len(equal) == 1
+    assert page.size(LONG[:equal[0]] + "\u2026").width <= FRAME.width < page.size(LONG[:equal[0] + 2] + "\u2026").width
+    assert np.array_equal(page.drawn("abc", FRAME, trimmed(kind)), page.drawn("abc", FRAME))
+
+
+def test_dots_in_the_middle_of_a_line(page: Page) -> None:
+    """Of a path the end is as important as the beginning."""
+    found = page.drawn(LONG, FRAME, trimmed(StringTrimming.ELLIPSIS_PATH))
+    for count in range(2, 12):
+        plain = page.drawn(LONG[:count] + "\u2026", FRAME)
+        end = box(plain)[2] + 2
+        if np.array_equal(found[:, :end], plain[:, :end]):
+            break
+    assert count in (3, 4, 5)
+    tail, behind = box(page.drawn(LONG[-count:], FRAME)), found.copy()
+    behind[:, :end] = 0
+    left, top, right, bottom = box(behind)
+    assert abs((right - left) - (tail[2] - tail[0])) <= 1 and (top, bottom) == (tail[1], tail[3]) and right <= 120
+
+
+def test_dots_in_the_last_line_of_a_frame(page: Page) -> None:
+    """The lines before it are whole."""
+    frame = RectangleF(20, 10, 100, page.size("l").height * 2.5)
+    words = " ".join(["line"] * 20)
+    found = page.drawn(words, frame, trimmed(StringTrimming.ELLIPSIS_CHARACTER, wrapped=True))
+    plain = page.drawn(words, frame, trimmed(StringTrimming.NONE, wrapped=True))
+    second = 10 + round(page.size("l").height)
+    assert np.array_equal(found[:second], plain[:second])
+    assert not np.array_equal(found[second:], plain[second:])
+    ends = [np.flatnonzero((ink[second:second + 17] > 100).any(axis=0))[-1] for ink in (found, plain)]
+    assert ends[0] <= 120 and ends[0] != ends[1]
