@@ -22,7 +22,7 @@ from zelmor.imaging.brushes import (
 from zelmor.imaging.fileformats.png import PngImage
 from zelmor.imaging.fileformats.svg import SvgImage
 from zelmor.imaging.imageoptions import PngOptions
-from zelmor.imaging.shapes import EllipseShape, RectangleShape, TextShape
+from zelmor.imaging.shapes import EllipseShape, PolygonShape, RectangleShape, TextShape
 
 from support.image_oracles import load, managed_error, noise, pixels, write, write_16_bits
 
@@ -110,6 +110,20 @@ def test_a_list_that_fits_no_overload_names_its_element(sheet: Sheet) -> None:
     with pytest.raises(RuntimeError, match="InvalidCastException|can't build Rectangle value from 'int'"):
         sheet.graphics.fill_rectangles(black(), [Rectangle(1, 1, 2, 2), 3])  # type: ignore[list-item]
     assert not sheet.ink().any()
+
+
+def test_points_may_be_those_of_a_shape(tmp_path: Path) -> None:
+    """A list of the library is one of points as well as a list of Python."""
+    points = [PointF(5, 5), PointF(40, 8), PointF(20, 30)]
+    seen = []
+    for each in (points, PolygonShape(points, True).points, tuple(points)):
+        sheet = Sheet(tmp_path)
+        sheet.graphics.fill_polygon(black(), each)
+        sheet.graphics.draw_lines(Pen(Color.black), each)
+        seen.append(sheet.ink())
+    assert seen[0].any() and all((other == seen[0]).all() for other in seen)
+    with managed_error("ArgumentNullException", "points"):
+        Sheet(tmp_path).graphics.draw_lines(Pen(Color.black), None)
 
 
 def test_lines_include_both_ends(sheet: Sheet) -> None:

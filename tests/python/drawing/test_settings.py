@@ -226,6 +226,17 @@ def test_settings_of_fonts(settings: None, tmp_path: Path) -> None:
     assert list(FontSettings.get_fonts_folders()) == folders and FontSettings.get_system_alternative_font
 
 
+def test_folders_of_fonts_may_be_a_list_of_the_library(settings: None) -> None:
+    FontSettings.set_fonts_folders(["a", "b"], True)
+    held = FontSettings.get_fonts_folders()
+    FontSettings.set_fonts_folders(["c"], True)
+    FontSettings.set_fonts_folders(held, True)
+    assert list(FontSettings.get_fonts_folders()) == ["a", "b"]
+    with managed_error("ArgumentNullException", "fonts_folders"):
+        FontSettings.set_fonts_folders(None, True)
+    assert list(FontSettings.get_fonts_folders()) == ["a", "b"]
+
+
 #: A font that is always installed, since the text library depends on it.
 INSTALLED_FONT = Path("/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf")
 

@@ -208,3 +208,15 @@ def test_dots_in_the_last_line_of_a_frame(page: Page) -> None:
     assert not np.array_equal(found[second:], plain[second:])
     ends = [np.flatnonzero((ink[second:second + 17] > 100).any(axis=0))[-1] for ink in (found, plain)]
     assert ends[0] <= 120 and ends[0] != ends[1]
+
+
+def test_other_fonts_stand_in_for_letters_that_the_font_lacks(page: Page) -> None:
+    """Unless the format says that none shall: DejaVu Sans Mono has no Hebrew letters, DejaVu Sans does."""
+    mono, alone = Font("DejaVu Sans Mono", 16.0, GraphicsUnit.PIXEL), StringFormat(StringFormatFlags.NO_FONT_FALLBACK)
+    hebrew = "\u05d0"
+    found, sans = page.drawn(hebrew, FRAME, StringFormat(), mono), page.drawn(hebrew, FRAME)
+    size = box(sans)[2:] - box(sans)[:2]
+    assert (box(found)[2:] - box(found)[:2] == size).all()
+    without = box(page.drawn(hebrew, FRAME, alone, mono))
+    assert (without[2:] - without[:2] != size).any()
+    assert np.array_equal(page.drawn("Hg", FRAME, alone, mono), page.drawn("Hg", FRAME, None, mono))
