@@ -9,7 +9,7 @@ from typing import Any
 import pytest
 from PIL import Image as Pillow
 from PIL import TiffImagePlugin
-from zelmor.imaging import Figure, GraphicsPath, Image, PointF, RectangleF, Size
+from zelmor.imaging import Figure, GraphicsPath, Image, Point, PointF, RectangleF, Size
 from zelmor.imaging.fileformats.core.vectorpaths import BezierKnotRecord, LengthRecord, VectorPathType
 from zelmor.imaging.fileformats.tiff import TiffFrame, TiffImage
 from zelmor.imaging.fileformats.tiff.pathresources import PathResource, PathResourceConverter
@@ -215,6 +215,92 @@ def test_paths_that_no_file_holds(tmp_path: Path, number: int, name: str, error:
     image.frames[0].path_resources = [path, path]
     with managed_error("ArgumentException", "2000"):
         image.save(str(tmp_path / "b.tif"))
+
+
+def written_path(folder: Path, *records: Any) -> bytes:
+    """The bytes of the resources of a page with one path."""
+    Pillow.new("RGB", (200, 100)).save(folder / "a.tif")
+    image = TiffImage._cast_to(Image.load(str(folder / "a.tif"))).value
+    path = PathResource()
+    path.block_id, path.name, path.records = 2000, "a", list(records)
+    image.frames[0].path_resources = [path]
+    image.save(str(folder / "b.tif"))
+    return written(folder / "b.tif")
+
+
+def knot_at(x: float, y: float, count: int = 3) -> BezierKnotRecord:
+    knot = BezierKnotRecord()
+    knot.path_points = points(*[(x, y)] * count)
+    return knot
+
+
+@pytest.mark.parametrize("number", [0.0, 0.5, -1.25, 127.5, -127.5, 1 / 2**24])
+def test_numbers_of_knots(tmp_path: Path, number: float) -> None:
+    """With 24 bits behind the point, down before right."""
+    data = written_path(tmp_path, knot_at(number, 0.25))
+    assert struct.pack(">6i", *[1 << 22, round(number * 2**24)] * 3) in data
+
+
+@pytest.mark.parametrize("number", [128.0, -128.0, 1e9, float("nan"), float("inf")])
+def test_numbers_of_knots_that_are_too_large(tmp_path: Path, number: float) -> None:
+    for knot in (knot_at(number, 0), knot_at(0, number)):
+        with managed_error("ArgumentException", "A number of a path record is too large for a file."):
+            written_path(tmp_path, knot)
+
+
+@pytest.mark.parametrize("count", [0, 2, 4])
+def test_knots_have_three_points(tmp_path: Path, count: int) -> None:
+    with managed_error("ArgumentException", f"A knot has three points, not {count}."):
+        written_path(tmp_path, knot_at(0, 0, count))
+
+
+def test_exact_numbers_of_a_knot(tmp_path: Path) -> None:
+    """They are written where they say the same as the fractions, or where there are none."""
+    exact = [Point(1 << 22, -1), Point(5, 6), Point(7, 8)]
+    alone = BezierKnotRecord()
+    alone.points = exact
+    raw = struct.pack(">6i", -1, 1 << 22, 6, 5, 8, 7)
+    assert raw in written_path(tmp_path, alone)
+    alone.path_points = points(*[(point.x / 2**24, point.y / 2**24) for point in exact])
+    assert raw in written_path(tmp_path, alone)
+    alone.path_points = points((0.5, 0.25), (0, 0), (0, 0))
+    assert struct.pack(">6i", 1 << 22, 1 << 23, 0, 0, 0, 0) in written_path(tmp_path, alone)
+
+
+@pytest.mark.parametrize("count", [0, 1, 65535, 65536, -1])
+def test_lengths_of_figures(tmp_path: Path, count: int) -> None:
+    length = LengthRecord()
+    length.record_count = count
+    if 0 <= count <= 65535:
+        assert struct.pack(">hH", 3 if length.is_open else 0, count) in written_path(tmp_path, length)
+        return
+    with managed_error("ArgumentException", f"A figure of {count} points does not fit a path resource."):
+        written_path(tmp_path, length)
+
+
+def test_figures_of_too_many_points() -> None:
+    many = [(float(i % 150), float(i // 150 % 90)) for i in range(65536)]
+    with managed_error("ArgumentException", "A figure of 65536 points does not fit a path resource."):
+        PathResourceConverter.from_graphics_path(path_of(PolygonShape(points(*many))), SIZE)
+    assert len(records_of(path_of(PolygonShape(points(*many[:-1]))))) == 65535 + 3
+
+
+def test_resources_and_records_of_nothing() -> None:
+    with managed_error("ArgumentNullException", "path_resources"):
+        PathResourceConverter.to_graphics_path([None], SIZE)
+    resource = PathResource()
+    resource.records = [LengthRecord(), None]
+    with managed_error("ArgumentException", "A record of the path resource is null. (Parameter 'path_resources')"):
+        PathResourceConverter.to_graphics_path([resource], SIZE)
+
+
+def test_a_closed_curve_that_ends_where_it_begins_has_no_knot_twice() -> None:
+    corners = points((10, 10), (20, 5), (40, 5), (50, 10), (60, 40), (20, 50), (10, 10))
+    records = records_of(path_of(BezierShape(corners, True)))
+    assert cast(LengthRecord, records[2]).bezier_knot_records_count == 2
+    first, second = (cast(BezierKnotRecord, record).path_points for record in records[3:])
+    assert [(round(p.x * 200), round(p.y * 100)) for p in (*first, *second)] == [
+        (20, 50), (10, 10), (20, 5), (40, 5), (50, 10), (60, 40)]
 
 
 def fixed(*numbers: float) -> bytes:
