@@ -173,6 +173,18 @@ def test_the_registry_knows_each_kind() -> None:
     assert GifBlocksRegistry.get_first_supported_descriptor_by_type_name("Nothing") is None
 
 
+def test_blocks_and_containers_of_nothing() -> None:
+    assert GifUnknownExtensionBlock(0x99, None).unknown_data is None
+    assert GifPlainTextRenderingBlock(0, 0, 1, 1, 1, 1, 0, 0, None).plain_text_data is None
+    found = GifBlocksRegistry.get_first_supported_descriptor_by_type_name("GifCommentBlockLoaderDescriptor")
+    for use in (lambda: found.can_load(None), lambda: found.load(None, None)):
+        with pytest.raises(RuntimeError, match=r"ArgumentNullException.*\(Parameter 'stream_container'\)"):
+            use()
+    for data in (b"\x2c\xfe\0", b"\x21", b""):  # no block, one that is cut, and nothing
+        with pytest.raises(RuntimeError, match="ArgumentException.*stands at no block"):
+            found.load(StreamContainer(io.BytesIO(data)), None)
+
+
 def test_an_opener_can_be_taken_out() -> None:
     stream = io.BytesIO(b"\x21\xFE\x02ab\0")
     found = GifBlocksRegistry.get_first_supported_descriptor(stream)
