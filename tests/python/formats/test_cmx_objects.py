@@ -11,7 +11,8 @@ from zelmor.imaging import Image
 from zelmor.imaging.fileformats.cmx import CmxImage
 from zelmor.imaging.fileformats.cmx.objectmodel import CmxGroup, CmxObject
 from zelmor.imaging.fileformats.cmx.objectmodel.enums import FillTypes, LineTypes, PathJumpTypes
-from zelmor.imaging.fileformats.cmx.objectmodel.specs import CmxEllipseSpec, CmxPathSpec, CmxRectangleSpec
+from zelmor.imaging.fileformats.cmx.objectmodel.specs import (CmxEllipseSpec, CmxImageSpec, CmxPathSpec,
+                                                              CmxRectangleSpec)
 
 from support.office_files import CMX_END, cast, cmx, cmx_command, cmx_part, cmx_rectangle, long_cmx, long_length
 
@@ -274,3 +275,64 @@ def test_a_command_with_a_long_size() -> None:
     long_size = struct.pack("<hi", -1, len(square) + 4) + square[2:]
     found = [cast(CmxRectangleSpec, cast(CmxObject, each).object_spec).height for each in elements(SHORT, long_size)]
     assert found == [0.25, 0.25]
+
+
+# ---- Pictures
+
+PLACE_OF_PICTURE = struct.pack("<8h", -500, -250, 500, 250, 0, 0, 100, 50) + struct.pack("<H6d", 2, *[1] * 6)
+
+
+def picture_of(data: bytes) -> Any:
+    """The picture of a file that has one."""
+    file = cmx(cmx_command(69, b"\0" + PLACE_OF_PICTURE + struct.pack("<HH", 5, 1)), pictures=[data])
+    shape, = cast(CmxImage, Image.load(io.BytesIO(file))).document.pages[0].layers[0].elements
+    picture, = cast(CmxImageSpec, cast(CmxObject, shape).object_spec).images
+    return picture
+
+
+def bitmap(width: int, height: int, bits: int, colors: bytes, rows: bytes, header: int = 40, gap: bytes = b"") -> bytes:
+    """A BMP file."""
+    begin = 14 + header + len(colors) + len(gap)
+    head = struct.pack("<IiiHH", header, width, height, 1, bits).ljust(header, b"\7")
+    return struct.pack("<2sIHHI", b"BM", begin + len(rows), 0, 0, begin) + head + colors + gap + rows
+
+
+@pytest.mark.parametrize(("width", "bits", "line"), [(3, 1, 4), (32, 1, 4), (33, 1, 8), (3, 4, 4), (9, 4, 8), (4, 8, 4),
+                                                     (5, 8, 8), (3, 24, 12), (1, 32, 4)])
+@pytest.mark.parametrize("header", [40, 108])
+def test_pictures_that_are_bmp_files(width: int, bits: int, line: int, header: int) -> None:
+    colors, rows = bytes(range(8)) if bits <= 8 else b"", bytes(range(line * 2))
+    picture = picture_of(bitmap(width, 2, bits, colors, rows, header))
+    assert (picture.width, picture.height, picture.bits_per_pixel, picture.bytes_per_line) == (width, 2, bits, line)
+    assert bytes(picture.color_palette or b"") == colors and bytes(picture.raw_data) == rows
+
+
+def test_a_bmp_file_with_a_short_header_has_no_facts() -> None:
+    """The header of the first version has other numbers."""
+    for header, width in ((12, 0), (39, 0), (40, 3)):
+        picture = picture_of(bitmap(3, 2, 8, b"", bytes(8), header) if header >= 20 else
+                             struct.pack("<2sIHHI", b"BM", 34, 0, 0, 26) + struct.pack("<IHHHH", 12, 3, 2, 1, 8)
+                             + bytes(8))
+        assert (picture.width, bool(picture.raw_data)) == (width, width > 0)
+
+
+@pytest.mark.parametrize(("model", "bits", "indexed"), [(3, 8, True), (1, 8, True), (5, 8, False), (6, 1, False),
+                                                        (1, 24, False), (2, 32, False), (3, 23, True)])
+def test_pictures_in_the_form_of_cdr(model: int, bits: int, indexed: bool) -> None:
+    """Those of gray, of black and white, and of true colors have no table."""
+    colors, rows = bytes(range(50, 59)), bytes(range(16))
+    data = b"RI" + bytes(12)
+    data += struct.pack("<I4xII4xIII32x", model, 4, 2, bits, 8, len(rows))
+    data += (b"\1\1" + struct.pack("<H", 3) + colors if indexed else b"") + rows + b"more"
+    picture = picture_of(data)
+    assert (picture.color_model, picture.width, picture.height) == (model, 4, 2)
+    assert (picture.bits_per_pixel, picture.bytes_per_line) == (bits, 8)
+    assert bytes(picture.color_palette or b"") == (colors if indexed else b"")
+    assert bytes(picture.raw_data) == rows
+
+
+@pytest.mark.parametrize("data", [b"GIF89a", b"Bm12", b"RJ34", b"B", b"MB", b"IR"])
+def test_pictures_of_another_form_are_bytes(data: bytes) -> None:
+    picture = picture_of(data)
+    assert bytes(picture.raw_data) == data
+    assert (picture.width, picture.height, picture.type, picture.size) == (0, 0, 1, len(data))

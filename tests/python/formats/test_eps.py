@@ -5,6 +5,7 @@ from __future__ import annotations
 import datetime
 import io
 import shutil
+import struct
 import subprocess
 import sys
 from pathlib import Path
@@ -21,6 +22,7 @@ from zelmor.imaging.imageoptions import (
     EmfOptions, EpsRasterizationOptions, PdfOptions, PngOptions, SvgOptions, WmfOptions)
 
 from support.image_oracles import managed_error
+from support.metafiles import SIDE, wmf, wmf_brush, wmf_pen, wmf_record, wmf_select
 from support.office_files import cast, binary_eps, eps
 
 SQUARE = "1 0 0 setrgbcolor 10 10 30 20 rectfill"
@@ -146,6 +148,38 @@ def test_the_thumbnail_of_a_file() -> None:
     image = interchange(eps(f"%BeginPhotoshop: {len(block)}\n{lines}\n%EndPhotoshop\n{SQUARE}"))
     assert (image.photoshop_thumbnail.width, image.photoshop_thumbnail.height) == (20, 10)
     assert interchange(eps(SQUARE)).photoshop_thumbnail is None
+
+
+def test_each_preview_is_drawn_over_the_page(tmp_path: Path) -> None:
+    """The thumbnail, and a metafile, whose rectangle is from 60 to 80 across and from 30 to 90 down."""
+    jpeg = io.BytesIO()
+    Pillow.new("RGB", (20, 10), (9, 99, 199)).save(jpeg, "JPEG")
+    block = struct.pack(">4sHHI", b"8BIM", 1036, 0, 28 + len(jpeg.getvalue())) + struct.pack(">I24x", 1)
+    block += jpeg.getvalue() + b"\0" * (len(jpeg.getvalue()) % 2)
+    digits = block.hex()
+    lines = "\n".join("% " + digits[i:i + 64] for i in range(0, len(digits), 64))
+    data = eps(f"%BeginPhotoshop: {len(block)}\n{lines}\n%EndPhotoshop\nbroken")
+    page = drawn(data, tmp_path, EpsPreviewFormat.PHOTOSHOP_THUMBNAIL, (120, 60))
+    assert page.shape == (60, 120, 3) and np.abs(page - (9, 99, 199)).max() <= 4
+    records = (wmf_brush(0xFF0000), wmf_select(0), wmf_pen(0, style=5), wmf_select(1),
+               wmf_record(0x041B, 90, 80, 30, 60))
+    file = binary_eps(eps("broken"), wmf=wmf(*records))
+    red = (drawn(file, tmp_path, EpsPreviewFormat.WMF, (4 * SIDE, 2 * SIDE)) == (255, 0, 0)).all(-1)
+    rows, columns = np.flatnonzero(red.any(1)), np.flatnonzero(red.any(0))
+    assert [columns[0], columns[-1] + 1] == pytest.approx([240, 320], abs=4)
+    assert [rows[0], rows[-1] + 1] == pytest.approx([60, 180], abs=2)
+    assert red[rows[0]:rows[-1] + 1, columns[0]:columns[-1] + 1].all()
+    with managed_error("InvalidOperationException", "The EPS file has no preview of the kind that PreviewToExport"):
+        drawn(eps("broken"), tmp_path, EpsPreviewFormat.PHOTOSHOP_THUMBNAIL)
+
+
+def test_a_form_becomes_itself(tmp_path: Path) -> None:
+    plain, with_header = eps(SQUARE), binary_eps(eps(SQUARE), tiff=tiff())
+    for data, kind, other in ((plain, EpsType.INTERCHANGE, interchange), (with_header, EpsType.BINARY, binary)):
+        options = EpsOptions()
+        options.sub_type = kind
+        other(data).save(str(tmp_path / "same.eps"), options)
+        assert (tmp_path / "same.eps").read_bytes() == data
 
 
 # ---- Drawing

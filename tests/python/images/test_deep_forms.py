@@ -84,7 +84,8 @@ def saved(tmp_path: Path, image: RasterImage) -> tuple[Form, Pixels]:
     assert page.number(tiff.COMPRESSION) == 1
     form = Form("", page.number(tiff.PHOTOMETRIC), page.number(tiff.SAMPLES), page.number(tiff.BITS),
                 page.number(tiff.SAMPLE_FORMAT, 1), extra=page.number(tiff.EXTRA_SAMPLES) or None)
-    strips = b"".join(data[at:at + size] for at, size in zip(page.tags[tiff.STRIP_OFFSETS], page.tags[tiff.STRIP_SIZES]))
+    places = zip(page.tags[tiff.STRIP_OFFSETS], page.tags[tiff.STRIP_SIZES])
+    strips = b"".join(data[at:at + size] for at, size in places)
     samples = tiff.unpacked(strips, form, page.number(tiff.WIDTH), page.number(tiff.HEIGHT))
     return form, shares_of(samples, form)
 

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <utility>
+
 #include "fake_python.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/marshal.h"
@@ -25,6 +28,52 @@ TEST_F(ValueTest, EqualityIsByValue) {
     EXPECT_TRUE(values_equal(box(SizeValue{1, 2}), box(SizeValue{1, 2})));
     EXPECT_FALSE(values_equal(box(SizeValue{1, 2}), box(PointValue{1, 2})));
     EXPECT_EQ(hash_of_value(box(SizeValue{1, 2})), hash_of_value(box(SizeValue{1, 2})));
+}
+
+// A value of each kind, twice, with its text and the name of its type.
+TEST_F(ValueTest, EachKindHasATextAndAType) {
+    struct Kind {
+        Value value, same;
+        std::u16string text;
+        std::string type;
+    };
+    const GuidValue guid{
+        {0x33, 0x22, 0x11, 0x00, 0x55, 0x44, 0x77, 0x66, 0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF}};
+    PyObject* object = test::new_object();
+    const Bytes bytes{std::byte{1}, std::byte{2}};
+    const std::vector<Kind> kinds{
+        {Value(), Value(), u"", "null"},
+        {true, true, u"True", "System.Boolean"},
+        {false, false, u"False", "System.Boolean"},
+        {int64_t{-7}, int64_t{-7}, u"-7", "System.Int32"},
+        {int64_t{2147483647}, int64_t{2147483647}, u"2147483647", "System.Int32"},
+        {int64_t{2147483648}, int64_t{2147483648}, u"2147483648", "System.Int64"},
+        {uint64_t{18446744073709551615U}, uint64_t{18446744073709551615U}, u"18446744073709551615", "System.UInt64"},
+        {2.5, 2.5, u"2.5", "System.Double"},
+        {std::nan("1"), std::nan("2"), u"NaN", "System.Double"},
+        {std::u16string(u"ab"), std::u16string(u"ab"), u"ab", "System.String"},
+        {bytes, bytes, u"System.Byte[]", "System.Byte[]"},
+        {PyHeld::borrow(object), PyHeld::borrow(object), u"System.Object", "System.Object"},
+        {TimeSpanValue{36'000'000'000}, TimeSpanValue{36'000'000'000}, u"01:00:00", "System.TimeSpan"},
+        {guid, guid, u"00112233-4455-6677-8899-aabbccddeeff", "System.Guid"},
+    };
+    for (size_t i = 0; i < kinds.size(); i++) {
+        const Kind& kind = kinds[i];
+        EXPECT_EQ(text_of_value(kind.value), kind.text) << i;
+        EXPECT_EQ(type_name_of_value(kind.value), kind.type) << i;
+        EXPECT_EQ(hash_of_value(kind.value), hash_of_value(kind.same)) << i;
+        for (size_t k = 0; k < kinds.size(); k++) {
+            EXPECT_EQ(values_equal(kind.value, kinds[k].same), i == k) << i << ' ' << k;
+        }
+    }
+    EXPECT_NE(hash_of_value(true), hash_of_value(false));
+    EXPECT_NE(hash_of_value(uint64_t{1} << 32), hash_of_value(uint64_t{1} << 33));
+    EXPECT_NE(hash_of_value(bytes), hash_of_value(Bytes{std::byte{2}, std::byte{1}}));
+    EXPECT_NE(hash_of_value(TimeSpanValue{1}), hash_of_value(TimeSpanValue{2}));
+    GuidValue other = guid;
+    std::swap(other.bytes[0], other.bytes[1]);
+    EXPECT_NE(hash_of_value(guid), hash_of_value(other));
+    test::release(object);
 }
 
 TEST_F(ValueTest, ANewValueIsAllZeros) {

@@ -116,12 +116,6 @@ const RiffChunk* RiffChunk::child(std::string_view of_id) const {
     return found != children.end() ? &*found : nullptr;
 }
 
-const RiffChunk* RiffChunk::list(std::string_view of_kind) const {
-    const auto found =
-        std::find_if(children.begin(), children.end(), [&](const RiffChunk& each) { return each.kind == of_kind; });
-    return found != children.end() ? &*found : nullptr;
-}
-
 RiffTree riff_tree(std::span<const uint8_t> bytes) {
     RiffTree tree;
     const ByteReader in(bytes);

@@ -21,7 +21,6 @@ struct RiffChunk {
     bool is_list() const { return !kind.empty(); }
     // The first child, or null.
     const RiffChunk* child(std::string_view of_id) const;
-    const RiffChunk* list(std::string_view of_kind) const;
 };
 
 struct RiffTree {

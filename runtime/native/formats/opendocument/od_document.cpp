@@ -62,18 +62,6 @@ std::string_view OdStyle::get(std::string_view properties, std::string_view attr
     return value != nullptr ? std::string_view(*value) : std::string_view();
 }
 
-const OdNode* OdStyle::child(std::string_view properties, std::string_view name) const {
-    for (const OdNode* style : m_chain) {
-        for (const OdNode& each : style->children) {
-            const OdNode* found = each.is(properties) ? each.child(name) : nullptr;
-            if (found != nullptr) {
-                return found;
-            }
-        }
-    }
-    return nullptr;
-}
-
 std::string_view OdStyle::own(std::string_view attribute) const {
     return m_chain.empty() ? std::string_view() : m_chain.front()->get(attribute);
 }

@@ -34,8 +34,6 @@ class OdStyle {
     // in one style. Nothing where no style has any.
     std::pair<std::string_view, const std::string*> nearest(std::string_view properties,
                                                             std::initializer_list<std::string_view> attributes) const;
-    // An element within the properties, such as tab stops.
-    const OdNode* child(std::string_view properties, std::string_view name) const;
     // An attribute of the style itself, not inherited.
     std::string_view own(std::string_view attribute) const;
     void inherit(const OdNode& style) { m_chain.push_back(&style); }
