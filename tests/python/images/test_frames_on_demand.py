@@ -111,6 +111,25 @@ def test_frames_that_nobody_looked_at_outlive_a_forgotten_image(control: Control
     assert frames[9].container is None
 
 
+def test_frames_that_were_taken_out_end_with_the_last_array_of_them(control: Control, tmp_path: Path) -> None:
+    image = tiff(tmp_path / "a.tif")
+    one, other = image.frames, image.frames
+    assert [shade(frame) for frame in one] == list(range(12))
+    for _ in range(4):
+        image.remove_frame(5)
+    control.settle()
+    before = control.tracked()
+    assert shade(one[6]) == 6
+    del one
+    control.settle()
+    assert control.tracked() == before - 1  # the array alone: the other one has the frames still
+    assert [shade(frame) for frame in other] == list(range(12))
+    del other
+    control.settle()
+    assert control.tracked() == before - 6
+    assert [shade(frame) for frame in image.frames] == [*range(5), *range(9, 12)]
+
+
 def test_all_frames_are_taken_away_and_put_back(tmp_path: Path) -> None:
     image = tiff(tmp_path / "a.tif")
     frames = image.frames
