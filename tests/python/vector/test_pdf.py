@@ -21,9 +21,11 @@ from zelmor.imaging.fileformats.svg import SvgImage
 from zelmor.imaging.imageoptions import (MultiPageOptions, PdfImageCompressionOptions, PdfOptions,
                                          SvgRasterizationOptions)
 
+from support import tiff_files as tiff
 from support.drawn_documents import document
-from support.image_oracles import managed_error, noise, smooth
+from support.image_oracles import managed_error, noise, raster, smooth
 from support.pdf_archives import archive_problems
+from support.tiff_files import Form
 
 LOSSLESS = (PdfImageCompressionOptions.AUTO, PdfImageCompressionOptions.NONE, PdfImageCompressionOptions.RLE,
             PdfImageCompressionOptions.FLATE, PdfImageCompressionOptions.LZW_BASELINE_PREDICTOR,
@@ -85,6 +87,24 @@ def size_of(path: Path, page: int = 1) -> tuple[float, float]:
 
 
 # ---- Pictures
+
+
+@pytest.mark.parametrize("compression", [*LOSSLESS, PdfImageCompressionOptions.JPEG])
+@pytest.mark.parametrize(("bits", "alpha"), [(8, False), (16, False), (8, True)])
+def test_lab_pictures_are_colors(tmp_path: Path, compression: PdfImageCompressionOptions, bits: int,
+                                 alpha: bool) -> None:
+    """As red, green and blue, which the image shows."""
+    y, x = np.mgrid[0:29, 0:37]
+    share = 2**(bits - 8)
+    lab = np.stack([100 * share + x * share, (y - 14) * share, (18 - x) * share], -1) % 2**bits
+    form = Form("lab", tiff.LAB, 4 if alpha else 3, bits, extra=2 if alpha else None)
+    samples = np.concatenate([lab, np.full((29, 37, 1), 255)], -1) if alpha else lab
+    image = Image.load(io.BytesIO(tiff.tiff_bytes(samples.astype(form.type()), form)))
+    words = np.array(list(raster(image).load_argb_32_pixels(image.bounds)), np.int64).reshape(29, 37, 1)
+    found = picture_in(written(tmp_path, image, options_with(compression)))
+    found = found >> 8 if found.dtype == np.uint16 else found
+    assert np.abs(found.astype(int) - (words >> np.array([16, 8, 0]) & 255)).max() <= (
+        12 if compression == PdfImageCompressionOptions.JPEG else 1)
 
 
 @pytest.mark.parametrize("compression", LOSSLESS)

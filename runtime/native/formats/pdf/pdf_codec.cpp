@@ -48,7 +48,7 @@ void to_page_form(VipsPicture& picture, const PdfEncoding& pdf, const Encoding& 
         picture.to_direct();
     }
     if (picture.form().color == ColorModel::kLab) {
-        picture.to_srgb();
+        picture.to_colors();
     }
     PixelForm form = picture.form();
     const bool bytes = form.sample == SampleType::kUint8;
