@@ -335,6 +335,16 @@ def test_an_apng_is_built(tmp_path: Path) -> None:
             picture.seek(i)
             times.append(picture.info["duration"])
     assert times == [70, 70, 500, 70]
+    cast(ApngFrame, image.pages[1]).frame_time = 0
+    for usual, expected in ((30, 30), (0, 100)):  # of a frame without a time, where the options of the format have none
+        image.default_frame_time = usual
+        image.save(str(tmp_path / "b.gif"))
+        with Pillow.open(tmp_path / "b.gif") as picture:
+            found = []
+            for i in range(picture.n_frames):
+                picture.seek(i)
+                found.append(picture.info["duration"])
+        assert found == [70, expected, 500, 70]
     popped = image.pop_frame_at(2)
     assert (popped.frame_time, image.page_count) == (500, 3)
 

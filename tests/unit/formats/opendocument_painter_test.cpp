@@ -2,6 +2,7 @@
 // arrows, by what the format says of them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <tuple>
@@ -338,6 +339,7 @@ TEST(OdFillsTest, Hatches) {
         const Call& lines = found.back();
         const int count = static_cast<int>(reach / distance);
         ASSERT_EQ(lines.outline.size(), angles.size() * static_cast<size_t>(2 * count + 1));
+        EXPECT_TRUE(std::none_of(lines.outline.begin(), lines.outline.end(), [](const Contour& c) { return c.closed; }));
         size_t next = 0;
         for (const double angle : angles) {
             const double turn = angle * M_PI / 180;

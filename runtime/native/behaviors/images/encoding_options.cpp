@@ -97,10 +97,6 @@ Encoding encoding_for(const ImageObject& image, const ManagedObject& options) {
     return completed(image, std::move(encoding));
 }
 
-Encoding encoding_for(const ImageObject& image, Format format) {
-    return encoding_for(image, format, image);
-}
-
 int32_t usual_duration(const ImageObject& image, const ManagedObject* options) {
     if (options != nullptr && has_property(*options, "DefaultFrameTime")) {
         return static_cast<int32_t>(property_int(*options, "DefaultFrameTime"));

@@ -16,9 +16,7 @@ imagework::Encoding encoding_of_options(const ManagedObject& options, bool of_dr
 // The same for an image that is to be written with them: the image adds its background and its transparent color.
 imagework::Encoding encoding_for(const ImageObject& image, const ManagedObject& options);
 
-// The settings to save an image as another format, or as its own as it was.
-imagework::Encoding encoding_for(const ImageObject& image, imagework::Format format);
-// The same for a page of an image.
+// The settings to save a page of an image as another format, or as its own as it was.
 imagework::Encoding encoding_for(const ImageObject& page, imagework::Format format, const ImageObject& image);
 
 // How long a frame without a duration of its own is shown, in milliseconds. `options` may be null.
