@@ -14,7 +14,8 @@ import pytest
 from PIL import Image as Pillow
 from PIL import ImageDraw
 from zelmor.imaging import Color, Image, SmoothingMode
-from zelmor.imaging.imageoptions import EmfRasterizationOptions, PdfOptions, SvgOptions
+from zelmor.imaging.imageoptions import (
+    EmfOptions, EmfRasterizationOptions, PdfOptions, SvgOptions, WmfOptions, WmfRasterizationOptions)
 
 from support.drawn_metafiles import BLACK, BLUE, GREEN, RED, WHITE, color_at, dark, drawn
 from support.metafiles import (BOUNDS, NULL_BRUSH, NULL_PEN, SIDE, Point, bitmap_header, blit, brush, colorref, emf,
@@ -191,6 +192,25 @@ def test_mixes_on_lines_and_text(name: str, flooded: bool, tmp_path: Path) -> No
     picture = as_lines_and_text(emf(records), name, tmp_path)
     for place in ((x, y) for x in range(6, SIDE, CELL // 2) for y in range(12, SIDE, CELL)):
         assert color_at(picture, place) == color_at(model, place), place
+
+
+@pytest.mark.parametrize("mode", MIXES)
+@pytest.mark.parametrize("clipped", [False, True])
+def test_mixes_in_saved_metafiles(mode: int, clipped: bool) -> None:
+    """They are mixes there, too, and end with the shape."""
+    clip = box(0, 0, 60, 60, 30) if clipped else b""
+    file = emf(select(NULL_PEN), brush(1, THERE), box(0, 0, 97, 97), clip, emf_record(20, words(mode)), brush(2, OWN),
+               box(10, 10, 71, 71), emf_record(20, words(13)), brush(3, RED), box(0, 0, 9, 9))
+    for options, read in ((EmfOptions(), EmfRasterizationOptions()), (WmfOptions(), WmfRasterizationOptions())):
+        layout, target = EmfRasterizationOptions(), io.BytesIO()
+        layout.page_width = layout.page_height = float(SIDE)
+        options.vector_rasterization_options = layout
+        with Image.load(io.BytesIO(file)) as image:
+            image.save(target, options)
+        picture = drawn(target.getvalue(), read)
+        mixed = MIXES[mode](THERE, OWN) & WHITE
+        found = [color_at(picture, place) for place in ((20, 20), (65, 40), (80, 80), (4, 4))]
+        assert found == [mixed, THERE if clipped else mixed, THERE, RED]
 
 
 #: Operations of a source and what is there.

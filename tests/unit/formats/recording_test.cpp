@@ -852,12 +852,27 @@ TEST(RecordedGroupsTest, RasterOperations) {
     for (const uint8_t operation : {0xCC, 0x88, 0xEE, 0x66, 0xB8, 0x01, 0x10}) {
         EXPECT_EQ(combine(operation, solid(kInk)), -1) << int{operation};
     }
-    bool done = true;
-    EXPECT_TRUE(
-        wmf([&](Canvas& canvas) { done = canvas.combine(kBox, FillRule::kWinding, solid(kInk), solid(kInk), 0x5A); })
-            .names()
-            .empty());
-    EXPECT_FALSE(done);
+}
+
+// In a Windows metafile they are mixes of the brush, which are numbered from 1, for as long as the shape is drawn.
+TEST(RecordedGroupsTest, MixesOfAWindowsMetafile) {
+    constexpr uint8_t kOperations[] = {0x00, 0x05, 0x0A, 0x0F, 0x50, 0x55, 0x5A, 0x5F,
+                                       0xA0, 0xA5, 0xAA, 0xAF, 0xF0, 0xF5, 0xFA, 0xFF};
+    int64_t mode = 1;
+    for (const uint8_t operation : kOperations) {
+        const Recorded found = wmf([&](Canvas& canvas) {
+            EXPECT_TRUE(canvas.combine(kBox, FillRule::kWinding, solid(kInk), solid(kInk), operation));
+        });
+        EXPECT_EQ(found.numbers("SetRop2", "Rop2Mode"), (std::vector<int64_t>{mode++, 13}));
+        EXPECT_EQ(found.names().front(), "SetRop2");
+        EXPECT_EQ(found.names().back(), "SetRop2");
+        EXPECT_EQ(found.count("Polygon"), 1U);
+    }
+    EXPECT_TRUE(wmf([](Canvas& canvas) {
+                    EXPECT_FALSE(canvas.combine(kBox, FillRule::kWinding, solid(kInk), solid(kInk), 0xCC));
+                })
+                    .names()
+                    .empty());
 }
 
 TEST(RecordedGroupsTest, ClearingFillsThePage) {

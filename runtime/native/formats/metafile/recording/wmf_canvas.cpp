@@ -330,8 +330,14 @@ void WmfCanvas::emit_bitmap(const Pixels& given, const Affine& placing) {
     put(pixels, holes ? kSourceOr : kCopyPixels);
 }
 
-bool WmfCanvas::emit_combine(const Outline&, FillRule, Argb, uint8_t) {
-    return false;
+// A mix of the brush with what is there, while the outline is filled.
+bool WmfCanvas::emit_combine(const Outline& outline, FillRule rule, Argb pattern, uint8_t operation) {
+    constexpr int64_t kCopy = 13;
+    const auto set_mode = [&](int64_t mode) { set_property(*add("WmfSetRop2"), "Rop2Mode", mode); };
+    set_mode(((operation >> 2 & 0x0C) | (operation & 0x03)) + 1);
+    emit_fill(outline, rule, pattern);
+    set_mode(kCopy);
+    return true;
 }
 
 }  // namespace zelmor::embed::metafile
