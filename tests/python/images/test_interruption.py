@@ -134,3 +134,17 @@ def test_work_on_many_frames_stops_between_them() -> None:
     frames[0].save(file, "GIF", save_all=True, append_images=frames[1:])
     with managed_error("OperationInterruptedException"):
         Image.load(Interrupting(file.getvalue()))
+
+
+def test_frames_are_not_decoded_for_an_interrupted_image() -> None:
+    frames = [picture(), picture().transpose(Pillow.Transpose.ROTATE_180)]
+    file = io.BytesIO()
+    frames[0].save(file, "GIF", save_all=True, append_images=frames[1:])
+    found = RasterImage._cast_to(Image.load(io.BytesIO(file.getvalue()))).value
+    found.interrupt_monitor = monitor = InterruptMonitor()
+    monitor.interrupt()
+    with managed_error("OperationInterruptedException"):
+        found.cache_data()
+    found.interrupt_monitor = None
+    found.cache_data()
+    assert found.is_cached

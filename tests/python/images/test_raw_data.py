@@ -532,3 +532,18 @@ def test_a_receiver_of_raw_data_is_needed(tmp_path: Path) -> None:
         image.load_raw_data(area, area, image.raw_data_settings, None)
     with managed_error("ArgumentOutOfRangeException", "dest_image_bounds"):
         image.load_raw_data(area, Rectangle(0, 0, 0, 4), image.raw_data_settings, None)
+
+
+@pytest.mark.parametrize("area", [
+    (-1, 0, 2, 2), (0, -1, 2, 2), (0, 0, 0, 2), (0, 0, 2, 0), (0, 0, -1, 2), (0, 0, 2, -1), (WIDTH - 1, 0, 2, 1),
+    (0, HEIGHT - 1, 1, 2), (WIDTH, 0, 1, 1), (0, HEIGHT, 1, 1), (2**31 - 1, 0, 2, 1), (0, 2**31 - 1, 1, 2),
+    (1, 0, 2**31 - 1, 1)])
+def test_raw_data_of_an_area_outside_is_refused(tmp_path: Path, area: tuple[int, int, int, int]) -> None:
+    """Nothing is read or written, however much data there is."""
+    image = load(write(tmp_path / "a.png", noise()))
+    settings = image.raw_data_settings
+    for use in (lambda: image.get_default_raw_data(Rectangle(*area), settings),
+                lambda: image.save_raw_data(bytes(4 * WIDTH * HEIGHT), 0, Rectangle(*area), settings)):
+        with managed_error("ArgumentOutOfRangeException", "rectangle"):
+            use()
+    assert worst(pixels(image, tmp_path), noise()) == 0

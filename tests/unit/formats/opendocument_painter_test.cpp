@@ -339,7 +339,8 @@ TEST(OdFillsTest, Hatches) {
         const Call& lines = found.back();
         const int count = static_cast<int>(reach / distance);
         ASSERT_EQ(lines.outline.size(), angles.size() * static_cast<size_t>(2 * count + 1));
-        EXPECT_TRUE(std::none_of(lines.outline.begin(), lines.outline.end(), [](const Contour& c) { return c.closed; }));
+        EXPECT_TRUE(
+            std::none_of(lines.outline.begin(), lines.outline.end(), [](const Contour& c) { return c.closed; }));
         size_t next = 0;
         for (const double angle : angles) {
             const double turn = angle * M_PI / 180;
