@@ -131,13 +131,16 @@ TEST(OdConnectorsTest, TheyAreGluedToShapes) {
     expect_points(ends(both), {{40, 40}, {90, 15}});
     const std::vector<PointD> first{{40, 20}, {70, 40}, {40, 60}, {10, 40}};
     const std::vector<PointD> second{{90, 10}, {100, 15}, {90, 20}, {80, 15}};
+    const auto glued = [&](const char* attribute, const std::string& number) {
+        std::string attributes = both;
+        return ends(attributes.append(attribute).append("=\"").append(number).append("\""));
+    };
     for (size_t i = 0; i < 4; i++) {
-        const std::string number = std::to_string(i);
-        expect_points(ends(both + "draw:start-glue-point=\"" + number + '"'), {first[i], {90, 15}});
-        expect_points(ends(both + "draw:end-glue-point=\"" + number + '"'), {{40, 40}, second[i]});
+        expect_points(glued("draw:start-glue-point", std::to_string(i)), {first[i], {90, 15}});
+        expect_points(glued("draw:end-glue-point", std::to_string(i)), {{40, 40}, second[i]});
     }
     for (const char* other : {"4", "-1", "9", "none"}) {
-        expect_points(ends(both + "draw:start-glue-point=\"" + other + '"'), {{40, 40}, {90, 15}});
+        expect_points(glued("draw:start-glue-point", other), {{40, 40}, {90, 15}});
     }
     expect_points(ends(R"(draw:start-shape="none" draw:end-shape="one")"), {{0, 0}, {40, 40}});
     expect_points(ends(both + R"(svg:x1="1px" svg:y1="2px")"), {{1, 2}, {90, 15}});

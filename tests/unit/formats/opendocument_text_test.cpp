@@ -308,7 +308,7 @@ TEST(OdListsTest, ListsStandInLists) {
     for (const auto& [depth, expected] : {std::pair{10, Said{"x@0,0"}}, {11, Said{}}}) {
         std::string nested = item("x");
         for (int i = 1; i < depth; i++) {
-            nested = "<text:list-item><text:list>" + nested + "</text:list></text:list-item>";
+            nested.insert(0, "<text:list-item><text:list>").append("</text:list></text:list-item>");
         }
         EXPECT_EQ(listed(nested, ""), expected) << depth;
     }
