@@ -303,6 +303,13 @@ def test_a_closed_curve_that_ends_where_it_begins_has_no_knot_twice() -> None:
         (20, 50), (10, 10), (20, 5), (40, 5), (50, 10), (60, 40)]
 
 
+def test_a_closed_figure_of_one_point_has_its_knot() -> None:
+    records = records_of(path_of(PolygonShape(points((10, 20)), True)))
+    assert cast(LengthRecord, records[2]).bezier_knot_records_count == 1
+    [knot] = (cast(BezierKnotRecord, record).path_points for record in records[3:])
+    assert [(round(p.x * 200), round(p.y * 100)) for p in knot] == [(10, 20)] * 3
+
+
 def fixed(*numbers: float) -> bytes:
     """Numbers with 24 bits behind the point."""
     return struct.pack(f">{len(numbers)}i", *[round(number * 2**24) for number in numbers])

@@ -291,3 +291,15 @@ def test_raw_data_of_inks_is_that_of_pillow(tmp_path: Path) -> None:
     assert image.raw_data_format.pixel_format == PixelDataFormat.cmyk.pixel_format
     data = bytes(image.get_default_raw_data(Rectangle(0, 0, 40, 30), image.raw_data_settings))
     assert worst(np.frombuffer(data, np.uint8).reshape(30, 40, 4), read(tmp_path / "a.jpg")) == 0
+
+
+@pytest.mark.parametrize(("mode", "name", "channels"), [
+    (JpegCompressionColorMode.GRAYSCALE, "Grayscale", 1), (JpegCompressionColorMode.Y_CB_CR, "Rgb24Bpp", 3),
+    (JpegCompressionColorMode.RGB, "Rgb24Bpp", 3), (JpegCompressionColorMode.CMYK, "Cmyk", 4),
+    (JpegCompressionColorMode.YCCK, "Cmyk", 4)])
+def test_a_new_image_has_the_channels_of_its_colors(mode: JpegCompressionColorMode, name: str, channels: int) -> None:
+    options = JpegOptions()
+    options.color_type = mode
+    image = raster(Image.create(options, 5, 4))
+    assert (str(image.raw_data_format), image.bits_per_pixel) == (name, 8 * channels)
+    assert list(image.raw_data_format.channel_bits) == [8] * channels
