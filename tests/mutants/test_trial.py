@@ -203,17 +203,21 @@ def test_a_test_that_the_map_does_not_name_is_asked_about_survivors(
     assert "(tests/python/test_b.py::test_deep, which the map does not name, " in told[1]
 
 
+@pytest.mark.parametrize(("broken", "told_as"), [
+    ("import sys; sys.exit('broken')", "fails"), ("import time; time.sleep(600)", "hangs")])
 def test_survivors_are_tried_by_all_other_tests_that_reach_them(
-        tree: Path, capsys: pytest.CaptureFixture[str]) -> None:
+        tree: Path, capsys: pytest.CaptureFixture[str], monkeypatch: pytest.MonkeyPatch, broken: str,
+        told_as: str) -> None:
+    monkeypatch.setattr("tools.mutants.trial._OTHERS_LIMIT", 2.0)
     trial = make_trial(tree, "deep", "lost")
     failing = "tests/python/test_c.py"
     works = trial.workshop.commands
     trial.workshop.commands = replace(works, test=lambda place, names: (
-        program("import sys; sys.exit('broken')") if failing in names else works.test(place, names)))
+        program(broken) if failing in names else works.test(place, names)))
     trial.others = [failing, *TESTS]
     assert try_all(trial, tree.parent / "out" / "survivors.txt") == 0
     lines = capsys.readouterr().out.splitlines()
-    assert f"{failing} fails without any change and is left out" in lines
+    assert f"{failing} {told_as} without any change and is left out" in lines
     assert set(trial.reached) == set(TESTS)
     told = [line for line in lines if line.startswith("[1/2]")]
     assert [line.split("]")[1].split(":")[0] for line in told] == [" SURVIVED", " noticed"]

@@ -20,6 +20,8 @@ from .workshop import BUILD, Run, Workshop
 
 # A changed build that takes longer than this is given up.
 _BUILD_LIMIT = 3600.0
+# A test that is not named for any source of the sample, with no change chosen.
+_OTHERS_LIMIT = 300.0
 # The build runs the unit tests to list them: where that fails, the source has been compiled.
 _LISTING_FAILED = "Error running test executable"
 _FIRST_FAILURE = [
@@ -118,17 +120,20 @@ class Trial:
             yield f"{name} passes, {run.seconds:.0f} s, {len(self.reached[name])} changes reached"
 
     def look_at_others(self, slack: float = 60.0) -> Iterator[str]:
-        """Finds out which changes the other tests reach. One that fails without any change is left out; yields a line
-        for each of these."""
-        for name, run in self._run_all_unchanged([name for name in self.others if name not in self.reached], slack):
+        """Finds out which changes the other tests reach. One that fails without any change, or has no end, is left
+        out; yields a line for each of these."""
+        names = [name for name in self.others if name not in self.reached]
+        for name, run in self._run_all_unchanged(names, slack, _OTHERS_LIMIT):
             if run.code != 0:
                 del self.reached[name]
-                yield f"{name} fails without any change and is left out"
+                yield f"{name} {'hangs' if run.code is None else 'fails'} without any change and is left out"
 
-    def _run_all_unchanged(self, names: Sequence[str], slack: float) -> Iterator[tuple[str, Run]]:
+    def _run_all_unchanged(self, names: Sequence[str], slack: float,
+                           limit: float | None = None) -> Iterator[tuple[str, Run]]:
         first = len(self.reached)
         with ThreadPoolExecutor(self.jobs) as pool:
-            runs = [(name, pool.submit(self._run_unchanged, place, name)) for place, name in enumerate(names, first)]
+            runs = [(name, pool.submit(self._run_unchanged, place, name, limit))
+                    for place, name in enumerate(names, first)]
             try:
                 for name, future in runs:
                     run, self.reached[name] = future.result()
@@ -137,12 +142,12 @@ class Trial:
             finally:
                 pool.shutdown(cancel_futures=True)
 
-    def _run_unchanged(self, place: int, name: str) -> tuple[Run, frozenset[int]]:
+    def _run_unchanged(self, place: int, name: str, limit: float | None) -> tuple[Run, frozenset[int]]:
         """Runs a test with no change chosen, and records the changes that it reaches."""
         record = Path(f"{_REACHED}-{place}")
         file = self.workshop.copy / record
         file.write_bytes(bytes(max(self.changes) + 1))
-        run = self.workshop.test([name], environment={"ZELMOR_MUTANTS_REACHED": str(self.workshop.place / record)})
+        run = self.workshop.test([name], limit, {"ZELMOR_MUTANTS_REACHED": str(self.workshop.place / record)})
         return run, frozenset(number for number, seen in enumerate(file.read_bytes()) if seen)
 
     def judge(self, number: int) -> Verdict:
