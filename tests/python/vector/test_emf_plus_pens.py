@@ -125,10 +125,10 @@ def test_units_of_a_pen(unit: int, width: float, found: int) -> None:
 TIP = [(0.0, 0.0), (-3.0, -6.0), (3.0, -6.0)]  # the end of the line is at the origin, the line comes from below
 
 
-def custom_cap(fill_path: bytes = b"", line_path: bytes = b"", scale: float = 1, base: int = 0,
-               inset: float = 0) -> bytes:
+def custom_cap(fill_path: bytes = b"", line_path: bytes = b"", scale: float = 1, base: int = 0, inset: float = 0,
+               ends: tuple[int, int] = (0, 0), join: int = 0, limit: float = 10) -> bytes:
     flags = bool(fill_path) | 2 * bool(line_path)
-    data = VERSION + words(0, flags, base) + floats(inset) + words(0, 0, 0) + floats(10, scale, 0, 0, 0, 0)
+    data = VERSION + words(0, flags, base) + floats(inset) + words(*ends, join) + floats(limit, scale, 0, 0, 0, 0)
     for path in (fill_path, line_path):
         data += words(len(path)) + path if path else b""
     return words(len(data)) + data
@@ -163,6 +163,43 @@ def test_caps_of_lines() -> None:
     assert color_at(outlined, (67, 46)) == BLUE
 
 
+FLAT, SQUARE, ROUND, POINTED = [WHITE] * 3, [BLUE] * 3, [BLUE, BLUE, WHITE], [BLUE, WHITE, WHITE]
+ENDS = {0: FLAT, 1: SQUARE, 2: ROUND, 3: POINTED, 0x10: FLAT, 0x11: FLAT, 0x14: FLAT, 0xFF: FLAT, 77: FLAT}
+
+
+@pytest.mark.parametrize("start, end", [(0, 0), *((each, 0) for each in list(ENDS)[1:]),
+                                        *((0, each) for each in list(ENDS)[1:]), (2, 1), (3, 2)])
+def test_ends_of_the_lines_of_a_cap(start: int, end: int) -> None:
+    """A bar across the end of the line, from -3 to 3 widths of the pen, with ends of half a width of it.
+
+    With a width of 8, ends reach 4 pixels beyond 40 + 24 = 64 and 40 - 24 = 16, from 76 to 84 in x.
+    The space of the cap is turned and not mirrored: -3 is at the bottom.
+    """
+    bar = plus_path([(-3, 0), (3, 0)], [0, 1])
+    picture = shown(pen(8, 0x1000, custom_cap(line_path=bar, ends=(start, end))), LINE)
+    # In the middle, within a round end beside it, and near the corner of a square one.
+    assert colors(picture, (80, 66), (77, 66), (77, 67)) == ENDS[start]
+    assert colors(picture, (80, 14), (77, 14), (77, 13)) == ENDS[end]
+    assert colors(picture, (79, 18), (79, 62), (73, 18)) == [BLUE, BLUE, WHITE]
+
+
+@pytest.mark.parametrize("join, limit, found", [
+    (0, 10, [BLUE, BLUE]), (1, 10, [WHITE, WHITE]), (2, 10, [BLUE, WHITE]), (3, 10, [BLUE, BLUE]),
+    (9, 10, [BLUE, BLUE]), (0, 1.5, [BLUE, BLUE]), (0, 1.4, [WHITE, WHITE]), (3, 1.5, [BLUE, BLUE]),
+    (0, 1, [WHITE, WHITE]), (0, -3, [WHITE, WHITE])])
+@pytest.mark.parametrize("mode", ["path", "arrow"])
+def test_joins_of_the_lines_of_a_cap(mode: str, join: int, limit: float, found: list[int]) -> None:
+    """A right angle at the end of a line that is 8 wide: its miter is 1.41 widths long, from 80 to 85.6 in x."""
+    if mode == "path":
+        wings = plus_path([(-2, -2), (0, 0), (2, -2)], [0, 1, 1])
+        cap = custom_cap(line_path=wings, join=join, limit=limit)
+    else:
+        cap = arrow(0, join=join, limit=limit, width=4, height=2)
+    picture = shown(pen(8, 0x1000, cap), LINE)
+    assert colors(picture, (83, 39), (84, 40)) == found
+    assert colors(picture, (81, 40), (86, 40)) == [BLUE, WHITE]
+
+
 def test_a_cap_without_a_path_is_none() -> None:
     assert shown(pen(4, 0x1000, custom_cap()), LINE).tobytes() == shown(pen(4), LINE).tobytes()
 
@@ -176,8 +213,10 @@ def test_the_line_below_a_cap(base: int) -> None:
     assert colors(picture, (50, 40), (51, 38)) == [BLUE if base else WHITE, BLUE if base == 2 else WHITE]
 
 
-def arrow(filled: int, inset: float = 0, scale: float = 1) -> bytes:
-    data = VERSION + words(1) + floats(4, 4, inset) + words(filled, 0, 0, 0) + floats(10, scale, 0, 0, 0, 0)
+def arrow(filled: int, inset: float = 0, scale: float = 1, join: int = 0, limit: float = 10, width: float = 4,
+          height: float = 4) -> bytes:
+    data = VERSION + words(1) + floats(width, height, inset) + words(filled, 0, 0, join)
+    data += floats(limit, scale, 0, 0, 0, 0)
     return words(len(data)) + data
 
 

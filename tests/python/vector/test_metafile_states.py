@@ -120,7 +120,21 @@ def indexed(numbers: list[int], usage: int) -> bytes:
     ([emf_palette(5, COLORS), emf_record(50, words(5, 2, 2) + entries([0x102030, 0x405060])),
       emf_record(48, words(5))], [0x102030, RED, GREEN, BLACK]),
     ([emf_palette(5, COLORS), emf_record(50, words(6, 0, 1) + entries([0x102030])), emf_record(48, words(5))],
-     [BLUE, RED, GREEN, BLACK])])
+     [BLUE, RED, GREEN, BLACK]),
+    # A palette that is selected already is changed, too.
+    ([emf_palette(5, COLORS), emf_record(48, words(5)), emf_record(50, words(5, 1, 1) + entries([0x102030]))],
+     [BLUE, RED, 0x102030, BLACK]),
+    ([emf_palette(5, COLORS), emf_record(48, words(5)), emf_record(50, words(5, 0xFFFFFFFF, 2) + entries([1, 2]))],
+     [BLUE, RED, GREEN, BLACK]),
+    # What is beyond the new end goes; new entries are black. No palette has none, or more than 1,024.
+    ([emf_palette(5, COLORS), emf_record(48, words(5)), emf_record(51, words(5, 2))], [BLACK, RED, GREEN, BLACK]),
+    ([emf_palette(5, COLORS), emf_record(51, words(5, 1)), emf_record(51, words(5, 3)), emf_record(48, words(5))],
+     [BLACK, RED, BLACK, BLACK]),
+    ([emf_palette(5, COLORS), emf_record(48, words(5)), emf_record(51, words(5, 1024)),
+      emf_record(50, words(5, 7, 1) + entries([0x102030]))], [BLUE, RED, GREEN, 0x102030]),
+    *(([emf_palette(5, COLORS), emf_record(48, words(5)), emf_record(51, words(*numbers)),
+        emf_record(50, words(5, 7, 1) + entries([0x102030]))], [BLUE, RED, GREEN, BLACK])
+      for numbers in [(5, 0), (5, 1025), (5, 0xFFFFFFFF), (6, 8)])])
 def test_palettes(records: list[bytes], expected: list[int]) -> None:
     picture = drawn(emf(*records, indexed([2, 0, 1, 7], 1)))
     assert [color_at(picture, (8 * i + 4, 4)) for i in range(4)] == expected

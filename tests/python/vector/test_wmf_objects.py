@@ -11,7 +11,7 @@ import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import Image
 from zelmor.imaging.fileformats.wmf import WmfImage
-from zelmor.imaging.fileformats.wmf.objects import WmfCreatePatternBrush
+from zelmor.imaging.fileformats.wmf.objects import WmfCreatePalette, WmfCreatePatternBrush
 
 from support.drawn_metafiles import BLACK, BLUE, GREEN, RED, WHITE, color_at, drawn
 from support.metafiles import (bitmap_header, colorref, rows24, wmf, wmf_brush, wmf_color, wmf_pen, wmf_record,
@@ -114,9 +114,13 @@ def test_patterns_without_pixels_draw_nothing(record: bytes) -> None:
 COLORS = [RED, GREEN, BLUE]
 
 
-def palette(values: Sequence[int]) -> bytes:
-    entries = b"".join(struct.pack("<3BB", color >> 16, color >> 8 & 255, color & 255, 0) for color in values)
-    return wmf_record(0x00F7, 0x300, len(values), data=entries)
+def entries(values: Sequence[int], flags: Sequence[int] = ()) -> bytes:
+    return b"".join(struct.pack("<3BB", color >> 16, color >> 8 & 255, color & 255, flags[i] if flags else 0)
+                    for i, color in enumerate(values))
+
+
+def palette(values: Sequence[int], flags: Sequence[int] = ()) -> bytes:
+    return wmf_record(0x00F7, 0x300, len(values), data=entries(values, flags))
 
 
 def indexed(numbers: Sequence[int], usage: int) -> tuple[bytes, bytes]:
@@ -153,6 +157,74 @@ def test_palettes() -> None:
     assert colors(shown(NO_LINES, palette(COLORS), stretched([2, 0])), *places[:2]) == [BLACK, BLACK]
     other = palette([0x102030, 0x405060]) + wmf_record(0x0234, 2)
     assert colors(shown(chosen, other, stretched([1, 0])), *places[:2]) == [0x405060, 0x102030]
+
+
+def set_entries(start: int, *values: int, flags: Sequence[int] = ()) -> bytes:
+    return wmf_record(0x0037, start, len(values), data=entries(values, flags))
+
+
+def animate(start: int, *values: int, flags: Sequence[int] = ()) -> bytes:
+    return wmf_record(0x0436, start, len(values), data=entries(values, flags))
+
+
+def resize(count: int) -> bytes:
+    return wmf_record(0x0139, count)
+
+
+A, B, C = 0x102030, 0x405060, 0x708090
+SAVE, RESTORE = wmf_record(0x001E), wmf_record(0x0127, 0xFFFF)
+
+
+@pytest.mark.parametrize("flags, changes, expected", [
+    # Entries are set whatever their flags are, as many as there are.
+    ((), set_entries(1, A), [RED, A, BLUE, BLACK]),
+    ((), set_entries(0, A, B), [A, B, BLUE, BLACK]),
+    ((1, 1, 1), set_entries(2, A, B, C), [RED, GREEN, A, BLACK]),
+    ((), set_entries(3, A) + set_entries(0xFFFF, A, B), [RED, GREEN, BLUE, BLACK]),
+    # Animated are those alone that the palette has for it; other flags have no part in it.
+    ((), animate(0, A, B, C), [RED, GREEN, BLUE, BLACK]),
+    ((), animate(0, A, B, C, flags=(1, 1, 1)), [RED, GREEN, BLUE, BLACK]),
+    ((1, 0, 1), animate(0, A, B, C), [A, GREEN, C, BLACK]),
+    ((5, 4, 2), animate(0, A, B, C), [A, GREEN, BLUE, BLACK]),
+    ((0, 1, 1), animate(1, A, B, C), [RED, A, B, BLACK]),
+    ((1, 1, 1), animate(2, A, B), [RED, GREEN, A, BLACK]),
+    ((1, 1, 1), animate(3, A) + animate(0xFFFF, A, B), [RED, GREEN, BLUE, BLACK]),
+    # The flags of an entry are those that it was given last.
+    ((), set_entries(1, A, flags=(1, )) + animate(0, B, B, B), [RED, B, BLUE, BLACK]),
+    ((1, 1, 1), set_entries(0, A, B) + animate(0, C, C, C), [A, B, C, BLACK]),
+    ((1, 1, 0), animate(0, A, A, flags=(1, 0)) + animate(0, B, B), [B, A, BLUE, BLACK]),
+    # What is beyond the end goes, new entries are black and have no flags.
+    ((), resize(2), [RED, GREEN, BLACK, BLACK]),
+    ((), resize(1) + resize(3), [RED, BLACK, BLACK, BLACK]),
+    ((), resize(4) + set_entries(2, A, B, C), [RED, GREEN, A, B]),
+    ((), resize(3) + set_entries(2, A, B), [RED, GREEN, A, BLACK]),
+    ((1, 1, 1), resize(2) + resize(4) + animate(0, A, B, C, C), [A, B, BLACK, BLACK]),
+    # No palette has so few or so many.
+    ((), resize(0) + set_entries(2, A), [RED, GREEN, A, BLACK]),
+    ((), resize(1025) + set_entries(3, A), [RED, GREEN, BLUE, BLACK]),
+    ((), resize(1024) + set_entries(3, A), [RED, GREEN, BLUE, A]),
+    # The palette itself changes, whatever state it was selected in.
+    ((), SAVE + set_entries(0, A) + RESTORE, [A, GREEN, BLUE, BLACK]),
+    ((), set_entries(0, A) + palette([B]) + wmf_record(0x0234, 2) + set_entries(0, C) + wmf_record(0x0234, 1),
+     [A, GREEN, BLUE, BLACK]),
+])
+def test_changes_of_the_selected_palette(flags: Sequence[int], changes: bytes, expected: list[int]) -> None:
+    chosen = NO_LINES + palette(COLORS, flags) + wmf_record(0x0234, 1)
+    picture = shown(chosen, changes, stretched([0, 1, 2, 3]))
+    assert colors(picture, (4, 4), (12, 4), (20, 4), (28, 4)) == expected
+
+
+def test_flags_go_with_the_colors_that_they_were_read_with() -> None:
+    """As in a saved file: a program that sets other colors sets entries without flags."""
+    data = wmf(NO_LINES, palette(COLORS, (1, 1, 1)), wmf_record(0x0234, 1), animate(0, A), stretched([0, 1, 2]))
+    for own, expected in ((COLORS, [A, GREEN, BLUE]), ([RED, GREEN, C], [RED, GREEN, C])):
+        target = io.BytesIO()
+        with Image.load(io.BytesIO(data)) as image:
+            made = WmfImage._cast_to(image).value.records[2]
+            assert isinstance(made, WmfCreatePalette)
+            made.argb_32_entries = [(0xFF000000 | color) - (1 << 32) for color in own]
+            image.save(target)
+        assert colors(drawn(target.getvalue()), (4, 4), (12, 4), (20, 4)) == expected
 
 
 # ---- Regions

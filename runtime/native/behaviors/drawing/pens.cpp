@@ -115,11 +115,13 @@ class CustomCap final : public Record {
     static constexpr const char* kManagedName = api::CustomLineCap::kType.name;
     explicit CustomCap(const TypeInfo& type) : Record(type) { set_property(*this, "WidthScale", 1.0); }
     LineCap start = LineCap::kFlat, end = LineCap::kFlat;
+    double miter_limit = PenShape().miter_limit;  // has no property
     Ref<ManagedObject> copy() const override {
         auto twin = make_ref<CustomCap>(type());
         twin->assign_from(*this);
         twin->start = start;
         twin->end = end;
+        twin->miter_limit = miter_limit;
         return twin;
     }
 };
@@ -171,9 +173,20 @@ EndCap end_cap_of(LineCap line_cap) {
     }
 }
 
-std::pair<EndCap, EndCap> stroke_caps_of(const ManagedObject& custom_cap) {
+PenShape stroke_shape_of(const ManagedObject& custom_cap) {
     const auto& cap = dynamic_cast<const CustomCap&>(custom_cap);
-    return {end_cap_of(cap.start), end_cap_of(cap.end)};
+    PenShape shape;
+    shape.join = join_of(property_enum<api::LineJoin>(cap, "StrokeJoin"));
+    shape.start_cap = end_cap_of(cap.start);
+    shape.end_cap = end_cap_of(cap.end);
+    shape.miter_limit = cap.miter_limit;
+    return shape;
+}
+
+void set_stroke(ManagedObject& cap, LineCap start, LineCap end, double miter_limit) {
+    auto& custom = cast_object<CustomCap>(cap);
+    set_caps(custom, start, end);
+    custom.miter_limit = miter_limit;
 }
 
 Join join_of(api::LineJoin join) {

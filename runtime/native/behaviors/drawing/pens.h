@@ -2,7 +2,6 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_PENS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_PENS_H
 
-#include <utility>
 #include <vector>
 
 #include "generated/runtime/Zelmor.Imaging.h"
@@ -19,8 +18,10 @@ EndCap end_cap_of(LineCap line_cap);
 Join join_of(api::LineJoin join);
 // The part of a pen that widens outlines. Anchors and dashes are not in it.
 PenShape pen_shape(const ManagedObject& pen);
-// The ends of the lines in the stroked path of a CustomLineCap.
-std::pair<EndCap, EndCap> stroke_caps_of(const ManagedObject& custom_cap);
+// How the lines in the stroked path of a CustomLineCap are drawn: with the width 1.
+PenShape stroke_shape_of(const ManagedObject& custom_cap);
+// What metafiles say of these lines beside the properties. `cap` is a CustomLineCap.
+void set_stroke(ManagedObject& cap, LineCap start, LineCap end, double miter_limit);
 // The lengths of dashes and gaps in units of the pen's width; empty for an unbroken line.
 std::vector<double> dashes_of(const ManagedObject& pen);
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
-#include <tuple>
 
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
@@ -79,10 +78,8 @@ Outline cap_outline(LineCap cap, const ManagedObject* custom) {
         outline = cast_object<PathObject>(*path).outline();
     }
     if (const auto path = property_object(*custom, "StrokePath")) {
-        PenShape pen;
-        pen.join = join_of(property_enum<api::LineJoin>(*custom, "StrokeJoin"));
-        std::tie(pen.start_cap, pen.end_cap) = stroke_caps_of(*custom);
-        const Outline lines = widened(cast_object<PathObject>(*path).outline(), pen, kStrokeFlatness / 10);
+        const Outline lines =
+            widened(cast_object<PathObject>(*path).outline(), stroke_shape_of(*custom), kStrokeFlatness / 10);
         outline.insert(outline.end(), lines.begin(), lines.end());
     }
     const double scale = property_double(*custom, "WidthScale");

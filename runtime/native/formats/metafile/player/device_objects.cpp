@@ -1,6 +1,8 @@
 // The objects that exist without being made.
 #include "runtime/native/formats/metafile/player/device_objects.h"
 
+#include <algorithm>
+
 namespace zelmor::embed::metafile {
 
 namespace {
@@ -28,6 +30,47 @@ DeviceFont plain_font(const char16_t* face, uint8_t family) {
 }
 
 }  // namespace
+
+DevicePalette::DevicePalette(std::vector<Entry> entries) : m_shared(std::make_shared<Shared>()) {
+    for (const Entry& entry : entries) {
+        m_shared->colors.push_back(entry.color);
+        m_shared->animated.push_back(entry.animated);
+    }
+}
+
+std::span<const Argb> DevicePalette::colors() const {
+    return m_shared ? std::span<const Argb>(m_shared->colors) : std::span<const Argb>();
+}
+
+size_t DevicePalette::places_behind(size_t start, size_t wanted) const {
+    const size_t all = colors().size();
+    return start < all ? std::min(wanted, all - start) : 0;
+}
+
+void DevicePalette::set(size_t start, std::span<const Entry> entries) {
+    const size_t count = places_behind(start, entries.size());
+    for (size_t i = 0; i < count; ++i) {
+        m_shared->colors[start + i] = entries[i].color;
+        m_shared->animated[start + i] = entries[i].animated;
+    }
+}
+
+void DevicePalette::animate(size_t start, std::span<const Entry> entries) {
+    const size_t count = places_behind(start, entries.size());
+    for (size_t i = 0; i < count; ++i) {
+        if (m_shared->animated[start + i]) {
+            set(start + i, entries.subspan(i, 1));
+        }
+    }
+}
+
+void DevicePalette::resize(size_t count) {
+    constexpr size_t kMostColors = 1024;  // as the format of enhanced metafiles says
+    if (m_shared && count > 0 && count <= kMostColors) {
+        m_shared->colors.resize(count, kBlack);
+        m_shared->animated.resize(count);
+    }
+}
 
 DeviceObject stock_object(uint32_t index) {
     constexpr uint8_t kSwiss = 2, kModern = 3;

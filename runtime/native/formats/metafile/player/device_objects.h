@@ -2,6 +2,9 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_PLAYER_DEVICE_OBJECTS_H
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_PLAYER_DEVICE_OBJECTS_H
 
+#include <cstddef>
+#include <memory>
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
@@ -57,8 +60,28 @@ struct DeviceFont {
     std::u16string face;
 };
 
-struct DevicePalette {
-    std::vector<Argb> colors;
+// The object and all states that it is selected in share the colors, so that a change is seen wherever they are used.
+class DevicePalette {
+ public:
+    struct Entry {
+        Argb color = kBlack;
+        bool animated = false;
+    };
+    DevicePalette() = default;  // the one that exists without being made; it has no colors and cannot be changed
+    explicit DevicePalette(std::vector<Entry> entries);
+
+    std::span<const Argb> colors() const;
+    void set(size_t start, std::span<const Entry> entries);      // as many as there are places
+    void animate(size_t start, std::span<const Entry> entries);  // those alone that were made to be animated
+    void resize(size_t count);                                   // new ones are black
+
+ private:
+    struct Shared {
+        std::vector<Argb> colors;
+        std::vector<bool> animated;
+    };
+    size_t places_behind(size_t start, size_t wanted) const;
+    std::shared_ptr<Shared> m_shared;
 };
 
 struct DeviceRegion {

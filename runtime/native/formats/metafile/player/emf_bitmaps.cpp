@@ -21,7 +21,7 @@ Pixels source_in(Device& device, const ManagedObject& record, bool keeps_alpha =
     const auto bitmap = object_in(record, "SourceBitmap");
     return dib_pixels(
         bitmap.get(),
-        {.usage = whole_in(record, "UsageSrc"), .palette = device.state.palette.colors, .keeps_alpha = keeps_alpha});
+        {.usage = whole_in(record, "UsageSrc"), .palette = device.state.palette.colors(), .keeps_alpha = keeps_alpha});
 }
 
 // The part of the source, whose units have a map of their own to pixels.
@@ -76,7 +76,7 @@ void play_dib_to_device(Device& device, const ManagedObject& record) {
     const auto bitmap = object_in(record, "SourceBitmap");
     const double first = number_in(record, "IStartScan"), count = number_in(record, "ScanCount");
     const Pixels pixels = dib_pixels(bitmap.get(), {.usage = whole_in(record, "UsageSrc"),
-                                                    .palette = device.state.palette.colors,
+                                                    .palette = device.state.palette.colors(),
                                                     .rows = whole_in(record, "ScanCount")});
     if (pixels.empty()) {
         return;

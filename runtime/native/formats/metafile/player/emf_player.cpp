@@ -27,7 +27,8 @@ void create_pen(Device& device, Played record) {
 void create_extended_pen(Device& device, Played record) {
     if (const auto pen = object_in(record, "Elp")) {
         const auto bitmap = object_in(record, "SourceBitmap");
-        device.put_object(whole_in(record, "IhPen"), extended_pen_of(*pen, bitmap.get(), device.state.palette.colors));
+        device.put_object(whole_in(record, "IhPen"),
+                          extended_pen_of(*pen, bitmap.get(), device.state.palette.colors()));
     }
 }
 void create_brush(Device& device, Played record) {
@@ -42,7 +43,7 @@ void create_font(Device& device, Played record) {
 }
 void create_palette(Device& device, Played record) {
     if (const auto palette = object_in(record, "LogPalette")) {
-        device.put_object(whole_in(record, "IhPal"), palette_of(*palette));
+        device.put_object(whole_in(record, "IhPal"), DevicePalette(palette_entries(*palette)));
     }
 }
 
@@ -54,20 +55,19 @@ void create_pattern(Device& device, Played record) {
     brush.two_colors = kTwoColors;
     brush.pattern = dib_pixels(
         bitmap.get(),
-        {.usage = whole_in(record, "Usage"), .palette = device.state.palette.colors, .two_colors = kTwoColors});
+        {.usage = whole_in(record, "Usage"), .palette = device.state.palette.colors(), .two_colors = kTwoColors});
     device.put_object(whole_in(record, "IhBrush"), std::move(brush));
 }
 
 void change_palette(Device& device, Played record) {
-    const int64_t index = whole_in(record, "IhPal");
-    if (const auto* held = std::get_if<DevicePalette>(&device.object(index))) {
-        DevicePalette palette = *held;
-        const auto start = static_cast<size_t>(whole_in(record, "Start"));
-        const std::vector<Argb> colors = colors_in(record, "Argb32Entries");
-        for (size_t i = 0; i < colors.size() && start + i < palette.colors.size(); ++i) {
-            palette.colors[start + i] = colors[i];
-        }
-        device.put_object(index, std::move(palette));
+    if (const auto* held = std::get_if<DevicePalette>(&device.object(whole_in(record, "IhPal")))) {
+        DevicePalette(*held).set(static_cast<size_t>(whole_in(record, "Start")), palette_entries(record));
+    }
+}
+
+void resize_palette(Device& device, Played record) {
+    if (const auto* held = std::get_if<DevicePalette>(&device.object(whole_in(record, "IhPal")))) {
+        DevicePalette(*held).resize(static_cast<size_t>(whole_in(record, "NumberOfEntries")));
     }
 }
 
@@ -251,6 +251,7 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
         {"EmfCreateDibPatternBrushPt", &create_pattern<false>},
         {"EmfCreateMonoBrush", &create_pattern<true>},
         {"EmfSetPaletteEntries", &change_palette},
+        {"EmfResizePalette", &resize_palette},
         {"EmfDeleteObject", [](Device& d, Played r) { d.delete_object(whole_in(r, "IhObject")); }},
         {"EmfSelectObject", [](Device& d, Played r) { d.select_object(whole_in(r, "IhObject")); }},
         {"EmfSelectPalette", [](Device& d, Played r) { d.select_object(whole_in(r, "IhPal")); }},

@@ -1,9 +1,11 @@
 // Brushes and pens of EMF+ as those of the API.
 #include <algorithm>
+#include <string>
 #include <string_view>
 
 #include "generated/runtime/Zelmor.Imaging.Brushes.h"
 #include "runtime/native/behaviors/drawing/matrix.h"
+#include "runtime/native/behaviors/drawing/pens.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/enumeration_properties.h"
@@ -182,6 +184,23 @@ api::LineCap usual_cap(int64_t cap) {
     return api::LineCap::kFlat;
 }
 
+int64_t usual_join(int64_t join) {
+    return std::clamp<int64_t>(join, 0, 3);
+}
+
+double usual_limit(double limit) {
+    return std::max(limit, 1.0);
+}
+
+// How the lines of a custom cap are drawn; the names of the properties have this beginning.
+void set_stroke_of(ManagedObject& cap, const ManagedObject& data, const std::string& names) {
+    const auto named = [&](const char* name) { return names + name; };
+    set_property(cap, "StrokeJoin", usual_join(whole_in(data, named("Join").c_str())));
+    set_stroke(cap, usual_cap(whole_in(data, named("StartCap").c_str())),
+               usual_cap(whole_in(data, named("EndCap").c_str())),
+               usual_limit(number_in(data, named("MiterLimit").c_str())));
+}
+
 // A cap as the API has it: the line ends at the origin and comes from below in both.
 Ref<ManagedObject> custom_cap(const ManagedObject& cap) {
     const auto data = object_in(cap, "CustomLineCapData");
@@ -197,6 +216,7 @@ Ref<ManagedObject> custom_cap(const ManagedObject& cap) {
         path->become({polygon_contour(corners, true)});
         const bool filled = whole_in(*data, "FillState") != 0;
         set_property(*made, filled ? "FillPath" : "StrokePath", Value(Ref<ManagedObject>(path)));
+        set_stroke_of(*made, *data, "Line");
     } else {
         const auto optional = object_in(*data, "OptionalData");
         const auto fill = optional ? object_in(*optional, "FillData") : Ref<ManagedObject>();
@@ -207,7 +227,7 @@ Ref<ManagedObject> custom_cap(const ManagedObject& cap) {
         if (const auto path = path_object(line, "LinePath")) {
             set_property(*made, "StrokePath", Value(path));
         }
-        set_property(*made, "StrokeJoin", whole_in(*data, "StrokeJoin"));
+        set_stroke_of(*made, *data, "Stroke");
         set_property(*made, "BaseCap", usual_cap(whole_in(*data, "BaseCap")));
         set_property(*made, "BaseInset", number_in(*data, "BaseInset"));
     }
@@ -251,10 +271,10 @@ void set_pen_details(ManagedObject& pen, const ManagedObject& optional, int64_t 
         set_property(pen, "EndCap", usual_cap(whole_in(optional, "EndCap")));
     }
     if (has(kJoin)) {
-        set_property(pen, "LineJoin", std::clamp<int64_t>(whole_in(optional, "Join"), 0, 3));
+        set_property(pen, "LineJoin", usual_join(whole_in(optional, "Join")));
     }
     if (has(kMiter)) {
-        set_property(pen, "MiterLimit", std::max(number_in(optional, "MiterLimit"), 1.0));
+        set_property(pen, "MiterLimit", usual_limit(number_in(optional, "MiterLimit")));
     }
     if (has(kStyle)) {
         const int64_t style = whole_in(optional, "LineStyle");

@@ -90,8 +90,26 @@ DeviceFont font_of(const ManagedObject& log_font) {
     return font;
 }
 
-DevicePalette palette_of(const ManagedObject& log_palette) {
-    return {colors_in(log_palette, "Argb32Entries")};
+// The flags have no property. They hold as long as they would be saved: until a program sets other colors.
+std::vector<DevicePalette::Entry> palette_entries(const ManagedObject& record) {
+    constexpr uint8_t kReserved = 1;  // the flag of entries that are animated
+    constexpr size_t kBytes = 4;      // red, green, blue, flags
+    std::vector<DevicePalette::Entry> entries;
+    for (const Argb color : colors_in(record, "Argb32Entries")) {
+        entries.push_back({color});
+    }
+    const FileBytes kept = kept_in(record, "Argb32Entries");
+    const auto kept_color = [&](size_t i) {
+        return kBlack | static_cast<Argb>(kept[i] << 16 | kept[i + 1] << 8 | kept[i + 2]);
+    };
+    bool same = kept.size() == kBytes * entries.size();
+    for (size_t i = 0; same && i < entries.size(); ++i) {
+        same = kept_color(kBytes * i) == entries[i].color;
+    }
+    for (size_t i = 0; same && i < entries.size(); ++i) {
+        entries[i].animated = (kept[kBytes * i + 3] & kReserved) != 0;
+    }
+    return entries;
 }
 
 }  // namespace zelmor::embed::metafile

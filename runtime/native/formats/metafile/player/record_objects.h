@@ -15,7 +15,7 @@ DevicePen extended_pen_of(const ManagedObject& log_pen, const ManagedObject* bit
 DeviceBrush brush_of(const ManagedObject& log_brush, const char* color_name);
 // Of EmfLogFont and WmfCreateFontInDirect.
 DeviceFont font_of(const ManagedObject& log_font);
-DevicePalette palette_of(const ManagedObject& log_palette);
+std::vector<DevicePalette::Entry> palette_entries(const ManagedObject& record);
 
 }  // namespace zelmor::embed::metafile
 

@@ -43,7 +43,7 @@ void create_dib_pattern(WmfPlayer& player, Played record) {
     brush.kind = DeviceBrush::Kind::kPattern;
     if (const auto dib = object_in(record, "SourceBitmap")) {
         brush.pattern = dib_pixels(
-            dib.get(), {.usage = whole_in(record, "ColorUsage"), .palette = player.device().state.palette.colors});
+            dib.get(), {.usage = whole_in(record, "ColorUsage"), .palette = player.device().state.palette.colors()});
     } else if (const auto old = old_bitmap(kept_in(record, "_bitmap16"))) {
         brush.pattern = old_bitmap_pixels(*old, bytes_in(*old, "Bits"));
     }
@@ -61,6 +61,10 @@ void create_region(WmfPlayer& player, Played record) {
         }
     }
     player.add_object(std::move(region));
+}
+
+size_t start_in(Played record) {
+    return static_cast<size_t>(whole_in(record, "Start"));
 }
 
 template <class Object>
@@ -161,7 +165,7 @@ void stretch_dib(WmfPlayer& player, Played record) {
     Device& device = player.device();
     const auto bitmap = object_in(record, "SourceBitmap");
     const Pixels pixels =
-        dib_pixels(bitmap.get(), {.usage = whole_in(record, "ColorUsage"), .palette = device.state.palette.colors});
+        dib_pixels(bitmap.get(), {.usage = whole_in(record, "ColorUsage"), .palette = device.state.palette.colors()});
     RectD part = box_in(record, "XSrc", "YSrc", "SrcWidth", "SrcHeight");
     if (bitmap && !is_top_down(*bitmap)) {
         part.y = pixels.height - part.y - part.height;
@@ -174,7 +178,7 @@ void dib_to_device(WmfPlayer& player, Played record) {
     Device& device = player.device();
     const auto bitmap = object_in(record, "SourceBitmap");
     const Pixels pixels = dib_pixels(bitmap.get(), {.usage = whole_in(record, "ColorUsage"),
-                                                    .palette = device.state.palette.colors,
+                                                    .palette = device.state.palette.colors(),
                                                     .rows = whole_in(record, "ScanCount")});
     if (pixels.empty()) {
         return;
@@ -204,13 +208,21 @@ const std::unordered_map<std::string_view, WmfHandler>& wmf_handlers() {
         {"WmfCreatePenInDirect", [](WmfPlayer& p, Played r) { p.add_object(pen_of(r)); }},
         {"WmfCreateBrushInDirect", [](WmfPlayer& p, Played r) { p.add_object(brush_of(r, "Argb32ColorRef")); }},
         {"WmfCreateFontInDirect", [](WmfPlayer& p, Played r) { p.add_object(font_of(r)); }},
-        {"WmfCreatePalette", [](WmfPlayer& p, Played r) { p.add_object(palette_of(r)); }},
+        {"WmfCreatePalette", [](WmfPlayer& p, Played r) { p.add_object(DevicePalette(palette_entries(r))); }},
         {"WmfCreatePatternBrush", &create_pattern},
         {"WmfDibCreatePatternBrush", &create_dib_pattern},
         {"WmfCreateRegion", &create_region},
         {"WmfDeleteObject", [](WmfPlayer& p, Played r) { p.delete_object(whole_in(r, "ObjectIndex")); }},
         {"WmfSelectObject", [](WmfPlayer& p, Played r) { p.device().select_object(whole_in(r, "ObjectIndex")); }},
         {"WmfSelectPalette", [](WmfPlayer& p, Played r) { p.device().select_object(whole_in(r, "Palette")); }},
+        {"WmfSetPalentries",
+         [](WmfPlayer& p, Played r) { p.device().state.palette.set(start_in(r), palette_entries(r)); }},
+        {"WmfAnimatePalette",
+         [](WmfPlayer& p, Played r) { p.device().state.palette.animate(start_in(r), palette_entries(r)); }},
+        {"WmfResizePalette",
+         [](WmfPlayer& p, Played r) {
+             p.device().state.palette.resize(static_cast<size_t>(whole_in(r, "NumberOfEntries")));
+         }},
         {"WmfSelectClipRegion",
          [](WmfPlayer& p, Played r) {
              const auto* region = object_at<DeviceRegion>(p.device(), whole_in(r, "Region"));
