@@ -1,7 +1,10 @@
 // Palettes: finding them, bringing pixels down to them, files that have them.
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <random>
 #include <set>
+#include <utility>
 
 #include "runtime/native/formats/bmp/bmp_encoding.h"
 #include "runtime/native/formats/gif/gif_encoding.h"
@@ -96,6 +99,80 @@ TEST(PaletteTest, DiffusionKeepsTheMean) {
         const auto indices = picture->indices(black_and_white, true);
         const double mean = 255.0 * static_cast<double>(std::count(indices.begin(), indices.end(), 1)) / (64 * 64);
         EXPECT_NEAR(mean, level, 4.0);
+    }
+}
+
+// Floyd and Steinberg's diffusion with a place for the error of each pixel: 7, 3, 5 and 1 sixteenths go to the right,
+// below left, below and below right. What has arrived is rounded, halves away from zero.
+std::vector<uint8_t> diffused(const std::vector<Argb>& pixels, int width, const std::vector<Argb>& palette,
+                              bool with_alpha) {
+    constexpr std::array<int, 3> kShares[] = {{1, 0, 7}, {-1, 1, 3}, {0, 1, 5}, {1, 1, 1}};
+    const int height = static_cast<int>(pixels.size()) / width;
+    std::vector<std::array<int, 4>> sixteenths(pixels.size());
+    std::vector<uint8_t> indices;
+    for (int y = 0; y < height; y++) {
+        for (int x = 0; x < width; x++) {
+            const auto at = static_cast<size_t>(y * width + x);
+            std::array<int, 4> wanted{};  // blue, green, red, alpha
+            Argb color = with_alpha ? 0 : 0xFF000000;
+            for (size_t i = 0; i < (with_alpha ? 4 : 3); i++) {
+                const int due = static_cast<int>(std::lround(sixteenths[at][i] / 16.0));
+                wanted[i] = std::clamp(static_cast<int>(pixels[at] >> 8 * i & 0xFF) + due, 0, 255);
+                color += static_cast<Argb>(wanted[i]) << 8 * i;
+            }
+            const auto nearest = std::min_element(palette.begin(), palette.end(), [&](Argb a, Argb b) {
+                return color_distance(a, color) < color_distance(b, color);
+            });
+            indices.push_back(static_cast<uint8_t>(nearest - palette.begin()));
+            for (const auto& [dx, dy, weight] : kShares) {
+                if (x + dx < 0 || x + dx >= width || y + dy >= height) {
+                    continue;
+                }
+                for (size_t i = 0; i < (with_alpha ? 4 : 3); i++) {
+                    const int error = wanted[i] - static_cast<int>(*nearest >> 8 * i & 0xFF);
+                    sixteenths[static_cast<size_t>((y + dy) * width + x + dx)][i] += weight * error;
+                }
+            }
+        }
+    }
+    return indices;
+}
+
+// Alpha is diffused where the picture or the palette has any.
+TEST(PaletteTest, DiffusionPixelByPixel) {
+    const std::vector<Argb> clear = {0x00000000, 0xFF000000, 0xFFFFFFFF, 0x80FF0000};
+    const std::vector<Argb> many = [] {
+        std::mt19937 draw(3);
+        std::vector<Argb> colors(40);
+        std::generate(colors.begin(), colors.end(), [&] { return static_cast<Argb>(draw()); });
+        return colors;
+    }();
+    const std::vector<std::vector<Argb>> palettes = {kFour, clear, many, {0x40506070}, {0xFF000000, 0xFEFFFFFF}};
+    constexpr std::pair<int, int> kSizes[] = {{37, 23}, {1, 40}, {40, 1}, {2, 9}};
+    for (const auto& palette : palettes) {
+        const bool opaque = std::all_of(palette.begin(), palette.end(), [](Argb c) { return c >> 24 == 0xFF; });
+        for (const bool alpha : {false, true}) {
+            for (const auto& [width, height] : kSizes) {
+                const auto picture = noise(width, height, alpha);
+                const auto expected = diffused(pixels_of(*picture), width, palette, alpha || !opaque);
+                EXPECT_EQ(picture->indices(palette, true), expected) << width << ' ' << palette.size() << ' ' << alpha;
+            }
+        }
+    }
+}
+
+// A slope of one channel at a time, which a few entries have to stand for.
+TEST(PaletteTest, DiffusionOfSlopes) {
+    constexpr int kWidth = 64, kHeight = 16;
+    for (const int shift : {0, 8, 16, 24}) {
+        std::vector<Argb> pixels;
+        for (int i = 0; i < kWidth * kHeight; i++) {
+            const auto level = static_cast<Argb>(i % kWidth * 4);
+            pixels.push_back((0x80808080 & ~(0xFFU << shift)) | level << shift);
+        }
+        const std::vector<Argb> palette = {0x80808080 & ~(0xFFU << shift), 0x80808080 | 0xFFU << shift, 0x80808080};
+        const auto picture = picture_of(kWidth, kHeight, true, pixels);
+        EXPECT_EQ(picture->indices(palette, true), diffused(pixels_of(*picture), kWidth, palette, true)) << shift;
     }
 }
 
