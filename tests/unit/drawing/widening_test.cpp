@@ -188,6 +188,18 @@ TEST(WideningTest, OnlyCornersBetweenLinesHaveJoins) {
         const Outline small = widened({polygon_contour(std::vector<PointD>{{0, 0}, end}, false)}, pen, 0.01);
         EXPECT_EQ(small.size(), 1U);
         expect_one_turn(small);
+        for (const Join join : {Join::kMiter, Join::kBevel, Join::kRound}) {
+            for (const EndCap cap : {EndCap::kFlat, EndCap::kSquare, EndCap::kTriangle, EndCap::kRound}) {
+                pen.join = join;
+                pen.start_cap = pen.end_cap = cap;
+                const std::vector<PointD> bent{{0, 0}, end, {end.x + 0.3, end.y + 0.4}};
+                const Outline corner = widened({polygon_contour(bent, false)}, pen, 0.01);
+                EXPECT_EQ(corner.size(), cap == EndCap::kFlat ? 3U : 5U);
+                expect_one_turn(corner);
+            }
+        }
+        pen = {};
+        pen.width = 0.5;
     }
 }
 
