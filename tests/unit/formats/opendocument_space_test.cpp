@@ -16,8 +16,14 @@ using Twelve = std::array<double, 12>;  // three columns and the move
 constexpr Twelve kNone = {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0};
 
 Twelve numbers_of(const Map3& map) {
-    return {map.x.x, map.x.y, map.x.z, map.y.x, map.y.y,    map.y.z,
-            map.z.x, map.z.y, map.z.z, map.move.x, map.move.y, map.move.z};
+    Twelve numbers;
+    auto next = numbers.begin();
+    for (const Point3& part : {map.x, map.y, map.z, map.move}) {
+        *next++ = part.x;
+        *next++ = part.y;
+        *next++ = part.z;
+    }
+    return numbers;
 }
 
 void expect_map(const std::string& text, const Twelve& expected) {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <random>
 #include <set>
+#include <string>
 #include <utility>
 
 #include "runtime/native/formats/bmp/bmp_encoding.h"
@@ -147,7 +148,8 @@ TEST(PaletteTest, DiffusionPixelByPixel) {
         std::generate(colors.begin(), colors.end(), [&] { return static_cast<Argb>(draw()); });
         return colors;
     }();
-    const std::vector<std::vector<Argb>> palettes = {kFour, clear, many, {0x40506070}, {0xFF000000, 0xFEFFFFFF}};
+    const std::vector<std::vector<Argb>> palettes = {
+        kFour, clear, many, {0x40506070}, {0xFF000000, 0xFEFFFFFF}, {0x40506070, 0x80A0B0C0, 0xC0102030}};
     constexpr std::pair<int, int> kSizes[] = {{37, 23}, {1, 40}, {40, 1}, {2, 9}};
     for (const auto& palette : palettes) {
         const bool opaque = std::all_of(palette.begin(), palette.end(), [](Argb c) { return c >> 24 == 0xFF; });
@@ -157,6 +159,22 @@ TEST(PaletteTest, DiffusionPixelByPixel) {
                 const auto expected = diffused(pixels_of(*picture), width, palette, alpha || !opaque);
                 EXPECT_EQ(picture->indices(palette, true), expected) << width << ' ' << palette.size() << ' ' << alpha;
             }
+        }
+    }
+}
+
+TEST(PaletteTest, NumbersOfColors) {
+    const auto picture = noise(5, 4, true);
+    for (const bool diffuse : {false, true}) {
+        for (const size_t count : {1, 255, 256}) {
+            EXPECT_EQ(picture->indices(std::vector<Argb>(count, kBlack), diffuse), std::vector<uint8_t>(20, 0));
+        }
+        for (const size_t count : {0, 257}) {
+            const PictureError error =
+                failure_of([&] { (void)picture->indices(std::vector<Argb>(count, kBlack), diffuse); });
+            EXPECT_EQ(error.kind(), Failure::kArgument);
+            EXPECT_EQ(std::string(error.what()),
+                      "a palette of " + std::to_string(count) + " colors is not one of 1 to 256");
         }
     }
 }

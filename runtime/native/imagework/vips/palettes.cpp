@@ -259,7 +259,8 @@ std::vector<Argb> VipsPicture::close_palette(int most, bool keep_alpha) const {
 
 std::vector<uint8_t> VipsPicture::indices(std::span<const Argb> palette, bool diffuse) const {
     return guarded(Failure::kInternal, "the pixels could not be indexed", [&] {
-        if (std::equal(palette.begin(), palette.end(), this->palette().begin(), this->palette().end())) {
+        const std::span<const Argb> entries = this->palette();
+        if (!palette.empty() && std::equal(palette.begin(), palette.end(), entries.begin(), entries.end())) {
             // Of entries that are alike each keeps its pixels.
             const auto* own = static_cast<const uint8_t*>(image().data());
             return std::vector<uint8_t>(own, own + VIPS_IMAGE_SIZEOF_IMAGE(image().get_image()));
