@@ -37,7 +37,8 @@ Bytes rows_of(RowReader& reader) {
 void write(const RowsHeader& header, const PsdEncoding& encoding, PsdKept kept, const Bytes& rows,
            const std::string& path) {
     Bytes out;
-    const auto writer = make_psd_writer(header, encoding, std::move(kept), out);
+    const auto writer = make_psd_writer(header, encoding, std::move(kept), out,
+                                        [](const RowsHeader&, Bytes samples) { return samples; });  // of RGB
     writer->write(header.height, rows);
     writer->finish();
     save(path, out);

@@ -87,6 +87,8 @@ class Picture {
     virtual void add_alpha() = 0;
     // An indexed picture becomes RGB, with alpha where its palette has it.
     virtual void drop_palette() = 0;
+    // Gray or RGB of sRGB, without a profile and a palette: what any program takes such numbers for.
+    virtual void to_standard_colors() = 0;
     // Converts to another form, but not to indices. Where that has no alpha, the picture is laid over the background.
     virtual void take_form(const PixelForm& form, Argb background) = 0;
     // Gives all pixels of the area one color.

@@ -17,27 +17,11 @@ from zelmor.imaging.imageoptions import JpegOptions, PngOptions, TiffOptions
 from zelmor.imaging.sources import StreamSource
 
 from support import tiff_files as tiff
+from support.color_profiles import in_srgb, other_rgb
 from support.image_oracles import Pixels, few_colors, load, raster, smooth, worst
 from support.tiff_files import Form
 
 LUMA = np.array([0.299, 0.587, 0.114])
-
-
-def other_rgb() -> bytes:
-    """sRGB with red and green of other chromaticities."""
-    profile = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
-    for tag, other in ((b"rXYZ", (0.6097, 0.3111, 0.0195)), (b"gXYZ", (0.2053, 0.6257, 0.0609)),
-                       (b"bXYZ", (0.1492, 0.0632, 0.7446))):
-        offset, = struct.unpack_from(">I", profile, profile.index(tag) + 4)
-        numbers = b"".join(struct.pack(">i", round(value * 65536)) for value in other)
-        profile = profile[:offset + 8] + numbers + profile[offset + 20:]
-    return profile
-
-
-def in_srgb(source: Pixels, profile: bytes) -> Pixels:
-    return np.asarray(ImageCms.profileToProfile(
-        Pillow.fromarray(source), io.BytesIO(profile), ImageCms.createProfile("sRGB"),
-        renderingIntent=ImageCms.Intent.RELATIVE_COLORIMETRIC)).astype(int)
 
 
 def gray_profile(gamma: float) -> bytes:

@@ -56,9 +56,9 @@ std::string refusal_of(const Bytes& file, Failure kind = Failure::kUnsupported) 
     return error.what();
 }
 Bytes written(const RowsHeader& header, const Bytes& rows, const PsdEncoding& encoding, PsdKept kept = {},
-              int32_t step = 3) {
+              int32_t step = 3, StandardColors colors = {}) {
     Bytes out;
-    const auto writer = make_psd_writer(header, encoding, std::move(kept), out);
+    const auto writer = make_psd_writer(header, encoding, std::move(kept), out, std::move(colors));
     write_all(*writer, header, rows, step);
     return out;
 }
@@ -636,56 +636,92 @@ TEST(PsdKeeping, DuotonesKeepTheirCurves) {
     EXPECT_EQ(rows_of(again), rows);
 }
 
-TEST(PsdKeeping, ANewThumbnailShowsThePicture) {
-    struct Case {
-        PixelForm form;
-        std::vector<double> pixel;  // from 0 to 1
-        std::array<int, 3> rgb;
-    };
-    const std::vector<Case> cases{
-        {kRgb8, {1, 0, 0}, {255, 0, 0}},
-        {kGray8, {0.5}, {128, 128, 128}},
-        {{ColorModel::kRgb, SampleType::kUint16, 16, false}, {0, 1, 0}, {0, 255, 0}},
-        {{ColorModel::kCmyk, SampleType::kUint8, 8, false}, {0, 1, 1, 0}, {255, 0, 0}},
-        {{ColorModel::kLab, SampleType::kUint8, 8, false}, {1, 0, 0}, {255, 255, 255}},
-        {{ColorModel::kRgb, SampleType::kFloat, 32, false}, {0.2140411, 0.2140411, 0.2140411}, {128, 128, 128}},
-    };
-    for (const Case& one : cases) {
-        RowsHeader header = header_of(400, 100, one.form);
-        Bytes pixel;
-        for (const double value : one.pixel) {
-            const auto top = static_cast<uint32_t>(std::lround(value * (one.form.bits == 16 ? 65535 : 255)));
-            const auto real = static_cast<float>(value);
-            uint32_t bits = top;
-            if (one.form.sample == SampleType::kFloat) {
-                std::memcpy(&bits, &real, 4);
-            }
-            for (size_t i = 0; i < sample_size(one.form.sample); i++) {
-                pixel.push_back(static_cast<uint8_t>(bits >> 8 * i));
-            }
+// A picture of 400 by 100, whose squares of 3 by 3 have the samples `one` in their first column and `two` in the
+// others, and the picture of their means, as it asks for its colors.
+template <class Sample>
+void expect_means(const RowsHeader& header, const std::vector<Sample>& one, const std::vector<Sample>& two,
+                  const std::vector<Sample>& mean, const PixelForm& form) {
+    Bytes rows;
+    for (int i = 0; i < 400 * 100; i++) {
+        const auto& pixel = i % 400 % 3 == 0 ? one : two;
+        const auto* first = reinterpret_cast<const uint8_t*>(pixel.data());
+        rows.insert(rows.end(), first, first + sizeof(Sample) * pixel.size());
+    }
+    PsdEncoding encoding;
+    encoding.new_thumbnail = true;
+    PsdParts old;
+    put(old.resources, resource(1033, {1}));
+    put(old.resources, resource(1036, {2}));
+    RowsHeader asked;
+    Bytes means;
+    const auto colors = [&](const RowsHeader& small, Bytes samples) {
+        asked = small;
+        means = std::move(samples);
+        Bytes rgb;
+        for (int i = 0; i < 134 * 34; i++) {
+            put(rgb, {200, 100, 50});
         }
-        Bytes rows;
-        for (int i = 0; i < 400 * 100; i++) {
-            put(rows, pixel);
-        }
-        PsdEncoding encoding;
-        encoding.new_thumbnail = true;
-        PsdParts old;
-        put(old.resources, resource(1033, {1}));
-        put(old.resources, resource(1036, {2}));
-        const Bytes file = written(header, rows, encoding, kept(old.file(), false), 100);
-        EXPECT_EQ(structure(file).find(1033), nullptr);
-        const Bytes data = psd_resource(memory_source(file), kPsdThumbnail);
-        ASSERT_GT(data.size(), 28U);
-        EXPECT_EQ(Bytes(data.begin(), data.begin() + 12), (Bytes{0, 0, 0, 1, 0, 0, 0, 134, 0, 0, 0, 34}));
-        const auto jpeg = open_jpeg(memory_source(Bytes(data.begin() + 28, data.end())))->open(0);
-        EXPECT_EQ(jpeg->header().width, 134);
-        EXPECT_EQ(jpeg->header().height, 34);
-        const Bytes small = all_rows(*jpeg);
-        for (size_t i = 0; i < 3; i++) {
-            EXPECT_NEAR(small[i], one.rgb[i], 4) << static_cast<int>(one.form.color) << " " << one.form.bits;
+        return rgb;
+    };
+    const Bytes file = written(header, rows, encoding, kept(old.file(), false), 100, colors);
+    EXPECT_EQ(asked.width, 134);
+    EXPECT_EQ(asked.height, 34);
+    EXPECT_EQ(asked.form, form);
+    EXPECT_EQ(asked.profile, header.profile);
+    EXPECT_TRUE(asked.palette.empty());
+    ASSERT_EQ(means.size(), 134 * 34 * form.pixel_size());
+    // The last square of a row has but one column, that of the other samples.
+    for (const size_t at : {size_t{0}, size_t{132}, size_t{133}, size_t{134 * 33}, size_t{134 * 34 - 1}}) {
+        std::vector<Sample> found(mean.size());
+        std::memcpy(found.data(), means.data() + at * form.pixel_size(), form.pixel_size());
+        if (at % 134 != 133) {
+            EXPECT_EQ(found, mean) << at;
+        } else if (header.form.color != ColorModel::kIndexed) {
+            EXPECT_EQ(found, std::vector<Sample>(one.begin(), one.begin() + form.bands())) << at;
         }
     }
+
+    EXPECT_EQ(structure(file).find(1033), nullptr);
+    const Bytes data = psd_resource(memory_source(file), kPsdThumbnail);
+    ASSERT_GT(data.size(), 28U);
+    EXPECT_EQ(Bytes(data.begin(), data.begin() + 12), (Bytes{0, 0, 0, 1, 0, 0, 0, 134, 0, 0, 0, 34}));
+    const auto jpeg = open_jpeg(memory_source(Bytes(data.begin() + 28, data.end())))->open(0);
+    EXPECT_EQ(jpeg->header().width, 134);
+    EXPECT_EQ(jpeg->header().height, 34);
+    const Bytes small = all_rows(*jpeg);
+    EXPECT_NEAR(small[0], 200, 3);
+    EXPECT_NEAR(small[1], 100, 3);
+    EXPECT_NEAR(small[2], 50, 3);
+}
+
+TEST(PsdKeeping, ANewThumbnailIsMadeOfMeans) {
+    const auto form = [](ColorModel color, SampleType sample, int bits, bool alpha = false) {
+        return PixelForm{color, sample, bits, alpha};
+    };
+    const auto at = [](const PixelForm& own) { return header_of(400, 100, own); };
+    expect_means<uint8_t>(at(kRgb8), {10, 0, 255}, {40, 3, 252}, {30, 2, 253}, kRgb8);
+    expect_means<uint8_t>(at(kGray8), {10}, {41}, {31}, kGray8);
+    expect_means<uint8_t>(at(form(ColorModel::kGray, SampleType::kUint8, 1)), {0}, {255}, {170}, kGray8);
+    const PixelForm rgb16 = form(ColorModel::kRgb, SampleType::kUint16, 16);
+    expect_means<uint16_t>(at(rgb16), {1000, 0, 65535}, {4000, 3, 65532}, {3000, 2, 65533}, rgb16);
+    const PixelForm floats = form(ColorModel::kRgb, SampleType::kFloat, 32);
+    expect_means<float>(at(floats), {-0.5F, 0.0F, 2.0F}, {1.0F, 0.75F, 2.0F}, {0.5F, 0.5F, 2.0F}, floats);
+    const PixelForm cmyk = form(ColorModel::kCmyk, SampleType::kUint8, 8);
+    RowsHeader profiled = at(cmyk);
+    profiled.profile = std::make_shared<const Bytes>(Bytes{1, 2, 3});
+    expect_means<uint8_t>(profiled, {0, 30, 60, 90}, {3, 60, 30, 255}, {2, 50, 40, 200}, cmyk);
+    // The a* and b* are signed: -1 and 2, 127 and -128.
+    const PixelForm lab = form(ColorModel::kLab, SampleType::kUint8, 8);
+    expect_means<uint8_t>(at(lab), {90, 255, 127}, {30, 2, 128}, {50, 1, 213}, lab);
+    const PixelForm lab16 = form(ColorModel::kLab, SampleType::kUint16, 16);
+    expect_means<uint16_t>(at(lab16), {900, 65535, 32767}, {300, 2, 32768}, {500, 1, 54613}, lab16);
+    // Alpha does not count, of a picture that is white where it is transparent.
+    expect_means<uint8_t>(at(kRgba8), {10, 0, 255, 255}, {40, 3, 252, 255}, {30, 2, 253}, kRgb8);
+    // A palette is of red, green and blue; behind its end there is black.
+    RowsHeader indexed = at(form(ColorModel::kIndexed, SampleType::kUint8, 8));
+    indexed.palette = {0xFF0A0B0C, 0xFF28292A};
+    expect_means<uint8_t>(indexed, {0}, {1}, {30, 31, 32}, kRgb8);
+    expect_means<uint8_t>(indexed, {2}, {1}, {27, 27, 28}, kRgb8);
 }
 
 TEST(PsdKeeping, ResourcesAreReplacedInAFile) {

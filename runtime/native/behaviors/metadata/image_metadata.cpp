@@ -186,7 +186,10 @@ void set_thumbnail(ExifObject& self, ImageObject* value) {
     if (value != nullptr) {
         imagework::Encoding jpeg;
         jpeg.format = imagework::JpegEncoding{};
-        const auto file = value->picture().encode(jpeg);
+        // Programs take it for sRGB, and its place is too small for a profile.
+        const auto small = value->picture().copy();
+        small->to_standard_colors();
+        const auto file = small->encode(jpeg);
         const auto bytes = std::as_bytes(std::span(file.data.get(), file.size));
         self.thumbnail.assign(bytes.begin(), bytes.end());
         self.thumbnail_at = imagework::steady_time();

@@ -7,6 +7,7 @@
 #include "runtime/native/formats/psd/psd_codec.h"
 #include "runtime/native/formats/psd/psd_encoding.h"
 #include "runtime/native/imagework/format_codec.h"
+#include "runtime/native/imagework/pixels/whole_rows.h"
 #include "runtime/native/imagework/vips/encode_support.h"
 #include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
@@ -75,6 +76,16 @@ void make_indexed(VipsPicture& picture, const Encoding& encoding) {
     }
 }
 
+std::vector<uint8_t> standard_colors(const RowsHeader& header, std::vector<uint8_t> rows) {
+    const auto picture = read_picture(*whole_rows(header, std::move(rows)));
+    picture->to_standard_colors();
+    std::vector<Argb> colors(static_cast<size_t>(header.width) * static_cast<size_t>(header.height));
+    picture->read_argb({0, 0, header.width, header.height}, colors);
+    std::vector<uint8_t> rgb(3 * colors.size());
+    from_argb(PixelForm{}, colors, rgb.data());
+    return rgb;
+}
+
 void encode_psd(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     PsdKept kept{psd_file_of(picture.origin()), false};
     const PsdEncoding psd = settings_for(picture, encoding, kept);
@@ -93,7 +104,7 @@ void encode_psd(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     }
     kept.unchanged = is_as_in_psd_file(picture.origin(), header);
     std::vector<uint8_t> file;
-    const auto writer = make_psd_writer(header, psd, std::move(kept), file);
+    const auto writer = make_psd_writer(header, psd, std::move(kept), file, &standard_colors);
     write_rows(picture, *writer);
     writer->finish();
     out.write_whole(to_encoded(std::move(file)));

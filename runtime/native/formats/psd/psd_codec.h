@@ -6,6 +6,7 @@
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_PSD_PSD_CODEC_H
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -42,13 +43,16 @@ bool is_as_in_psd_file(const FrameOrigin& origin, const RowsHeader& header);
 // do not go together.
 PixelForm psd_form(const RowsHeader& header, const PsdEncoding& encoding);
 
+// The rows of a small picture, of any form without alpha and palette, as red, green and blue of sRGB of 8 bits.
+using StandardColors = std::function<std::vector<uint8_t>(const RowsHeader& header, std::vector<uint8_t> rows)>;
+
 // Writes rows of the form that psd_form() gives. Resources of `kept` are written again, but for those that the picture
 // gives (resolution, profile, palette) and those that tell of layers or channels which are not written. A picture with
 // alpha gets a layer of its own, as the format's programs do; its composite is mixed with white.
 // PictureError(kEncoding) for a picture that the format does not hold. The file is in `out` when the writer has
-// finished.
+// finished. `colors` makes those of a new thumbnail, where the encoding asks for one.
 std::unique_ptr<RowWriter> make_psd_writer(const RowsHeader& header, const PsdEncoding& encoding, PsdKept kept,
-                                           std::vector<uint8_t>& out);
+                                           std::vector<uint8_t>& out, StandardColors colors = {});
 
 }  // namespace zelmor::imagework
 

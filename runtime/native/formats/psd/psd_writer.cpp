@@ -39,7 +39,7 @@ PsdBytes resolution_data(const Resolution& resolution) {
 
 class PsdWriter final : public RowWriter {
  public:
-    PsdWriter(const RowsHeader& header, const PsdEncoding& encoding, PsdKept kept, PsdBytes& out)
+    PsdWriter(const RowsHeader& header, const PsdEncoding& encoding, PsdKept kept, PsdBytes& out, StandardColors colors)
         : m_header(header), m_encoding(encoding), m_kept(std::move(kept)), m_out(out) {
         choose_mode();
         check_size();
@@ -63,7 +63,7 @@ class PsdWriter final : public RowWriter {
             add_coders(m_layer, m_planes);  // its transparency is that of the composite
         }
         if (m_encoding.new_thumbnail) {
-            m_thumbnail.emplace(m_header);
+            m_thumbnail.emplace(m_header, std::move(colors));
         }
         if (m_mode == PsdColorMode::kIndexed) {
             find_transparent();
@@ -395,9 +395,9 @@ class PsdWriter final : public RowWriter {
 }  // namespace
 
 std::unique_ptr<RowWriter> make_psd_writer(const RowsHeader& header, const PsdEncoding& encoding, PsdKept kept,
-                                           std::vector<uint8_t>& out) {
+                                           std::vector<uint8_t>& out, StandardColors colors) {
     assert(header.width > 0 && header.height > 0);
-    return std::make_unique<PsdWriter>(header, encoding, std::move(kept), out);
+    return std::make_unique<PsdWriter>(header, encoding, std::move(kept), out, std::move(colors));
 }
 
 }  // namespace zelmor::imagework

@@ -195,6 +195,11 @@ void VipsPicture::to_rgb() {
     change_model(ColorModel::kRgb);
 }
 
+void VipsPicture::to_standard_colors() {
+    to_colors();
+    to_srgb();
+}
+
 VImage VipsPicture::colors() const {
     if ((m_form.color == ColorModel::kGray || m_form.color == ColorModel::kRgb)) {
         return image();

@@ -97,6 +97,7 @@ class VipsPicture final : public Picture {
     void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) override;
     void add_alpha() override;
     void drop_palette() override;
+    void to_standard_colors() override;
     void take_form(const PixelForm& form, Argb background) override;
     void replace_area(const Rect& area, Argb color) override;
     void draw(const Picture& other, int32_t x, int32_t y) override;

@@ -122,7 +122,9 @@ void set_thumbnail(JfifObject& self, ImageObject* value) {
                        ". (Parameter 'value')");
     }
     std::vector<imagework::Argb> pixels(static_cast<size_t>(width) * static_cast<size_t>(height));
-    picture.read_argb({0, 0, width, height}, pixels);
+    const auto small = picture.copy();
+    small->to_standard_colors();
+    small->read_argb({0, 0, width, height}, pixels);
     self.drop_thumbnail();
     self.thumbnail_width = width;
     self.thumbnail_height = height;
