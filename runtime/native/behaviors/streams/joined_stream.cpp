@@ -124,9 +124,7 @@ int64_t JoinedStream::seek(int64_t offset, SeekOrigin origin) {
 // Behind the end of the stream one zero is written at the last place: the stream fills the gap by itself, or refuses at
 // once.
 void JoinedStream::append_zeros(int64_t count) {
-    if (count == 0) {
-        return;
-    }
+    assert(count > 0);
     const uint64_t since = m_changes;
     const Piece piece = m_pieces.back();
     const int64_t end = piece.start + piece.length;
