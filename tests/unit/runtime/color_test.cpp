@@ -1,6 +1,8 @@
 // Colors, CMYK and their translations.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 #include "fake_python.h"
@@ -122,6 +124,53 @@ TEST_F(ColorTest, CmykRoundTripsAreExactUpToRounding) {
             ASSERT_LE(std::abs(was - is), 1) << std::hex << rgb;
         }
     }
+}
+
+// Each ink, and each channel of a light, is the rounded quotient of its published formula.
+TEST_F(ColorTest, EveryInkAndEveryLightIsRounded) {
+    for (int light = 1; light < 256; light++) {
+        for (int part = 0; part <= light; part++) {
+            const auto ink = static_cast<uint8_t>(std::floor((light - part) * 255.0 / light + 0.5));
+            const auto black = static_cast<uint8_t>(255 - light);
+            const auto word = [](int r, int g, int b) { return static_cast<uint32_t>(r << 16 | g << 8 | b); };
+            ASSERT_EQ(cmyk_of(word(part, light, light)), (CmykValue{ink, 0, 0, black})) << light << ' ' << part;
+            ASSERT_EQ(cmyk_of(word(light, part, light)), (CmykValue{0, ink, 0, black})) << light << ' ' << part;
+            ASSERT_EQ(cmyk_of(word(light, light, part)), (CmykValue{0, 0, ink, black})) << light << ' ' << part;
+        }
+    }
+    for (int ink = 0; ink < 256; ink++) {
+        for (int black = 0; black < 256; black++) {
+            const auto light = static_cast<uint32_t>(std::lround((255 - ink) * (255 - black) / 255.0));
+            const auto white = static_cast<uint32_t>(255 - black);
+            const auto i = static_cast<uint8_t>(ink), k = static_cast<uint8_t>(black);
+            ASSERT_EQ(argb_of({i, 0, 0, k}), 0xFF000000u | light << 16 | white << 8 | white) << ink << ' ' << black;
+            ASSERT_EQ(argb_of({0, i, 0, k}), 0xFF000000u | white << 16 | light << 8 | white) << ink << ' ' << black;
+            ASSERT_EQ(argb_of({0, 0, i, k}), 0xFF000000u | white << 16 | white << 8 | light) << ink << ' ' << black;
+        }
+    }
+}
+
+TEST_F(ColorTest, RowsOfColorsAndInksAreThoseOfTheirElements) {
+    const uint32_t colors[] = {0xFF102030, 0x00FFFFFF, 0x12000000, 0x80FF8000};
+    std::byte inks[18];
+    std::fill_n(inks, 18, std::byte{0xEE});
+    inks_of(colors, inks + 1);
+    EXPECT_EQ(inks[0], std::byte{0xEE});
+    EXPECT_EQ(inks[17], std::byte{0xEE});
+    for (size_t i = 0; i < 4; i++) {
+        const CmykValue one = cmyk_of(colors[i]);
+        const uint8_t wanted[] = {one.c, one.m, one.y, one.k};
+        for (size_t k = 0; k < 4; k++) {
+            EXPECT_EQ(inks[1 + 4 * i + k], std::byte{wanted[k]}) << i << ' ' << k;
+        }
+    }
+    uint32_t back[4];
+    colors_of_inks(inks + 1, back);
+    for (size_t i = 0; i < 4; i++) {
+        EXPECT_EQ(back[i], argb_of(cmyk_of(colors[i]))) << i;
+    }
+    EXPECT_EQ(packed_cmyk({0x81, 2, 3, 4}), static_cast<int32_t>(0x81020304));
+    EXPECT_EQ(unpacked_cmyk(static_cast<int32_t>(0x81020304)), (CmykValue{0x81, 2, 3, 4}));
 }
 
 TEST_F(ColorTest, CmykComponentsAreChecked) {

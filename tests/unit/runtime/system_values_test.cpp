@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <utility>
 
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/value.h"
@@ -73,6 +74,95 @@ TEST(SystemValues, AGuidShowsItsFirstFieldsFromTheHighEnd) {
     EXPECT_EQ(shown(guid), "00112233-4455-6677-8899-aabbccddeeff");
     EXPECT_TRUE(values_equal(guid, GuidValue(guid)));
     EXPECT_FALSE(values_equal(guid, GuidValue{}));
+}
+
+// As .NET documents its 64-bit numbers to hash: the exclusive or of both halves.
+TEST(SystemValues, HashesOfWordsCombineTheirHalves) {
+    const std::pair<uint64_t, int32_t> cases[] = {
+        {0, 0},
+        {7, 7},
+        {uint64_t{5} << 32 | 3, 6},
+        {uint64_t{1} << 61, 1 << 29},
+        {0x80000000, INT32_MIN},
+        {1'000'000'007, 1'000'000'007},
+    };
+    for (const auto& [word, hash] : cases) {
+        const auto ticks = static_cast<int64_t>(word);
+        EXPECT_EQ(hash_of_value(word), hash);
+        EXPECT_EQ(hash_of_value(ticks), hash);
+        EXPECT_EQ(hash_of_value(TimeSpanValue{ticks}), hash);
+        EXPECT_EQ(hash_of_value(DateTimeValue{word, 9}), hash);
+        EXPECT_EQ(hash_of_value(DateTimeValue{word | uint64_t{3} << 62, 0}), hash);
+        EXPECT_EQ(hash_of_value(DateTimeOffsetValue{ticks + 30, 30}), hash);
+    }
+    EXPECT_EQ(hash_of_value(int64_t{-1}), 0);
+    EXPECT_EQ(hash_of_value(TimeSpanValue{-1}), 0);
+}
+
+// Each bit of a value is one of its hash.
+TEST(SystemValues, HashesDifferByEveryBit) {
+    for (int bit = 0; bit < 96; bit++) {
+        DecimalValue changed = decimal(1, 3);
+        changed.words[static_cast<size_t>(bit / 32)] ^= 1U << bit % 32;
+        EXPECT_NE(hash_of_value(changed), hash_of_value(decimal(1, 3))) << bit;
+    }
+    for (uint32_t scale = 0; scale < 28; scale++) {
+        EXPECT_NE(hash_of_value(decimal(7, scale)), hash_of_value(decimal(7, scale + 1))) << scale;
+    }
+    EXPECT_NE(hash_of_value(decimal(7, 2)), hash_of_value(decimal(7, 2, true)));
+    const GuidValue guid{{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}};
+    for (size_t i = 0; i < 16; i++) {
+        GuidValue changed = guid;
+        changed.bytes[i] ^= 0x80;
+        EXPECT_NE(hash_of_value(changed), hash_of_value(guid)) << i;
+    }
+}
+
+// The widest and the narrowest of each field, and those beside a change of day, minute and second.
+TEST(SystemValues, ClocksAndSpansShowAllFields) {
+    constexpr int64_t kSecond = kTicksPerSecond, kMinute = 60 * kSecond, kHour = 60 * kMinute;
+    const int64_t day = 738'671 * kTicksPerDay;  // 2023-06-01
+    const auto clock = [&](int64_t ticks) { return shown(DateTimeValue{static_cast<uint64_t>(day + ticks), 0}); };
+    EXPECT_EQ(clock(-1), "05/31/2023 23:59:59");
+    EXPECT_EQ(clock(0), "06/01/2023 00:00:00");
+    EXPECT_EQ(clock(kSecond - 1), "06/01/2023 00:00:00");
+    EXPECT_EQ(clock(59 * kSecond), "06/01/2023 00:00:59");
+    EXPECT_EQ(clock(kMinute), "06/01/2023 00:01:00");
+    EXPECT_EQ(clock(kHour - kSecond), "06/01/2023 00:59:59");
+    EXPECT_EQ(clock(kHour), "06/01/2023 01:00:00");
+    EXPECT_EQ(clock(13 * kHour + 7 * kMinute + 8 * kSecond), "06/01/2023 13:07:08");
+    const auto offset = [&](int64_t minutes) { return shown(DateTimeOffsetValue{day, minutes * kMinute}).substr(20); };
+    EXPECT_EQ(offset(0), "+00:00");
+    EXPECT_EQ(offset(59), "+00:59");
+    EXPECT_EQ(offset(60), "+01:00");
+    EXPECT_EQ(offset(-1), "-00:01");
+    EXPECT_EQ(offset(-61), "-01:01");
+    EXPECT_EQ(offset(840), "+14:00");
+    const std::pair<int64_t, const char*> spans[] = {
+        {1, "00:00:00.0000001"},
+        {kSecond - 1, "00:00:00.9999999"},
+        {kMinute - kSecond, "00:00:59"},
+        {kMinute, "00:01:00"},
+        {kHour - 1, "00:59:59.9999999"},
+        {kHour, "01:00:00"},
+        {kTicksPerDay - kSecond, "23:59:59"},
+        {kTicksPerDay, "1.00:00:00"},
+        {2 * kTicksPerDay + 1, "2.00:00:00.0000001"},
+        {-1, "-00:00:00.0000001"},
+        {-kTicksPerDay, "-1.00:00:00"},
+        {std::numeric_limits<int64_t>::max(), "10675199.02:48:05.4775807"},
+    };
+    for (const auto& [ticks, text] : spans) {
+        EXPECT_EQ(shown(TimeSpanValue{ticks}), text);
+    }
+    EXPECT_EQ(shown(decimal(123, 3)), "0.123");
+    EXPECT_EQ(shown(decimal(1234, 3)), "1.234");
+    EXPECT_EQ(shown(decimal(12, 3)), "0.012");
+    EXPECT_EQ(shown(decimal(1200, 0, true)), "-1200");
+    EXPECT_EQ(shown(decimal(1, 28)), "0.0000000000000000000000000001");
+    EXPECT_EQ(shown(decimal(0, 1)), "0.0");
+    EXPECT_EQ(shown(DecimalValue{{0, 1, 0, 0}}), "4294967296");
+    EXPECT_EQ(shown(DecimalValue{{0, 0, 1, 0}}), "18446744073709551616");
 }
 
 }  // namespace

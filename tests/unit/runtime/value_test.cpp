@@ -76,6 +76,68 @@ TEST_F(ValueTest, EachKindHasATextAndAType) {
     test::release(object);
 }
 
+// The published numbers of this hash of texts.
+TEST_F(ValueTest, TextsAndBytesHaveTheirPublishedHashes) {
+    const std::pair<const char*, uint32_t> cases[] = {
+        {"", 0x811C9DC5}, {"a", 0xE40C292C}, {"b", 0xE70C2DE5}, {"foobar", 0xBF9CF968}};
+    for (const auto& [text, hash] : cases) {
+        const std::string_view chars = text;
+        Bytes bytes;
+        for (const char c : chars) {
+            bytes.push_back(static_cast<std::byte>(c));
+        }
+        EXPECT_EQ(hash_of_value(std::u16string(chars.begin(), chars.end())), static_cast<int32_t>(hash)) << text;
+        EXPECT_EQ(hash_of_value(bytes), static_cast<int32_t>(hash)) << text;
+    }
+}
+
+// Numbers of different kinds are equal only if one is signed and the other floating; nothing equals only nothing.
+TEST_F(ValueTest, KindsAreEqualOnlyWhereTheyAreNumbers) {
+    const std::vector<Value> threes{int64_t{3}, 3.0, uint64_t{3}, std::u16string(u"3"), TimeSpanValue{3}};
+    for (size_t i = 0; i < threes.size(); i++) {
+        for (size_t k = 0; k < threes.size(); k++) {
+            EXPECT_EQ(values_equal(threes[i], threes[k]), i == k || i + k == 1) << i << ' ' << k;
+        }
+        EXPECT_FALSE(values_equal(threes[i], Value()) || values_equal(Value(), threes[i])) << i;
+    }
+    EXPECT_FALSE(values_equal(int64_t{3}, 3.5) || values_equal(3.5, int64_t{3}));
+    EXPECT_FALSE(values_equal(std::nan(""), 1.0) || values_equal(1.0, std::nan("")));
+    EXPECT_FALSE(values_equal(std::nan(""), int64_t{1}));
+    EXPECT_EQ(hash_of_value(Value()), 0);
+    EXPECT_EQ(hash_of_value(Ref<ManagedObject>()), 0);
+    EXPECT_EQ(hash_of_value(true), 1);
+    EXPECT_EQ(hash_of_value(false), 0);
+    EXPECT_EQ(text_of_value(Ref<ManagedObject>()), u"");
+    EXPECT_EQ(type_name_of_value(Ref<ManagedObject>()), "null");
+    EXPECT_EQ(type_name_of_value(int64_t{INT32_MIN}), "System.Int32");
+    EXPECT_EQ(type_name_of_value(int64_t{INT32_MIN} - 1), "System.Int64");
+    EXPECT_EQ(type_name_of_value(box(SizeValue{})), "Zelmor.Imaging.Size");
+}
+
+// Where a value has several numbers, each of them counts.
+TEST_F(ValueTest, EveryPartOfAValueCounts) {
+    const auto check = []<class V>(const V&, auto... parts) {
+        const Value plain = box(V{});
+        (..., [&](auto part) {
+            V changed{};
+            changed.*part = static_cast<std::remove_reference_t<decltype(changed.*part)>>(3);
+            const Value other = box(changed), same = box(changed);
+            EXPECT_FALSE(values_equal(plain, other));
+            EXPECT_TRUE(values_equal(other, same));
+            EXPECT_NE(hash_of_value(plain), hash_of_value(other));
+            EXPECT_EQ(hash_of_value(same), hash_of_value(other));
+        }(parts));
+    };
+    check(SizeValue{}, &SizeValue::width, &SizeValue::height);
+    check(SizeFValue{}, &SizeFValue::width, &SizeFValue::height);
+    check(PointValue{}, &PointValue::x, &PointValue::y);
+    check(PointFValue{}, &PointFValue::x, &PointFValue::y);
+    check(RectangleValue{}, &RectangleValue::x, &RectangleValue::y, &RectangleValue::width, &RectangleValue::height);
+    check(RectangleFValue{}, &RectangleFValue::x, &RectangleFValue::y, &RectangleFValue::width,
+          &RectangleFValue::height);
+    check(CmykValue{}, &CmykValue::c, &CmykValue::m, &CmykValue::y, &CmykValue::k);
+}
+
 TEST_F(ValueTest, ANewValueIsAllZeros) {
     const auto made = []<class V>(const V&) { return unbox<V>(*make_instance(StructTraits<V>::kName)); };
     EXPECT_EQ(made(SizeValue{}), (SizeValue{0, 0}));
