@@ -369,7 +369,7 @@ def test_round_rectangles_without_round_corners() -> None:
 
 @pytest.mark.parametrize("corner", [(1, 1), (2, 2), (1, 3), (9, 9)])
 def test_round_corners_are_measured_in_units(corner: tuple[int, int]) -> None:
-    """A unit has twenty pixels here. The halves of a corner's sides are the radii, and not more than half of the box."""
+    """A unit has twenty pixels here. The halves of a corner's sides are the radii, at most half of the box."""
     units = emf_record(17, words(8)) + emf_record(9, words(5, 5)) + emf_record(11, words(100, 100))
     picture = drawn(emf(units, FILLED, box(1, 1, 4, 4, 44, corner)))
     rx, ry = (min(20 * side, 60) / 2 for side in corner)
