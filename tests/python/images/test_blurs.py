@@ -12,7 +12,8 @@ from zelmor.imaging.imagefilters.filteroptions import (
     BilateralSmoothingFilterOptions, GaussianBlurFilterOptions, GaussWienerFilterOptions, MotionWienerFilterOptions,
     SharpenFilterOptions)
 
-from support.image_oracles import HEIGHT, WIDTH, Pixels, load, noise, pixels, smooth, worst, write, write_16_bits
+from support.image_oracles import (HEIGHT, WIDTH, Pixels, load, noise, pixels, smooth, wiener_filtered, worst, write,
+                                   write_16_bits)
 
 
 def bell(radius: int, sigma: float) -> Pixels:
@@ -110,20 +111,6 @@ def test_bilateral_smoothing(tmp_path: Path, size: int, spatial: float, color: f
     assert np.abs(found - sums / weights[..., None]).max() < 0.51
 
 
-def inverted(source: Pixels, kernel: Pixels, noise_to_signal: float) -> Pixels:
-    """Wiener's filter by one transform of the picture, mirrored at its edges; not rounded."""
-    wall = np.concatenate([source, source[::-1]], 0)
-    wall = np.concatenate([wall, wall[:, ::-1]], 1).astype(float)
-    spread = np.zeros(wall.shape[:2])
-    half = kernel.shape[0] // 2
-    for y in range(-half, half + 1):
-        for x in range(-half, half + 1):
-            spread[y % spread.shape[0], x % spread.shape[1]] += kernel[y + half, x + half]
-    blur = np.fft.fft2(spread)
-    result = np.fft.fft2(wall, axes=(0, 1)) * (blur.conj() / (np.abs(blur)**2 + noise_to_signal))[..., None]
-    return np.fft.ifft2(result, axes=(0, 1)).real[:source.shape[0], :source.shape[1]]
-
-
 def motion(length: int, smoothness: float, degrees: float) -> Pixels:
     """A line through the middle, soft across."""
     turn = np.radians(degrees)
@@ -146,7 +133,7 @@ def test_wiener_filters(tmp_path: Path, make: Any, kernel: Pixels, size: tuple[i
     options.brightness = 1.1
     options.snr = 0.01
     found = filtered(tmp_path, source, options)
-    exact = np.clip(inverted(source, kernel, 0.01) * 1.1, 0, 255)
+    exact = np.clip(wiener_filtered(source, kernel, 0.01) * 1.1, 0, 255)
     assert np.abs(found - exact).max() < 0.6
 
 
@@ -158,6 +145,6 @@ def test_a_wiener_filter_of_an_area_and_of_sixteen_bits(tmp_path: Path) -> None:
     image.filter(Rectangle(10, 5, 30, 20), options)
     exact = source.astype(float)
     kernel = np.outer(bell(2, 0.8), bell(2, 0.8))
-    exact[5:25, 10:40] = np.clip(inverted(source, kernel, 0.007), 0, 65535)[5:25, 10:40]
+    exact[5:25, 10:40] = np.clip(wiener_filtered(source, kernel, 0.007), 0, 65535)[5:25, 10:40]
     assert np.abs(wide_pixels(image) - exact).max() < 20  # of 65535
     assert worst(wide_pixels(image)[:5], source[:5]) == 0

@@ -20,7 +20,7 @@ from zelmor.imaging.imagefilters.filteroptions import (
 from zelmor.imaging.imageoptions import BmpOptions
 
 from support import tiff_files as tiff
-from support.image_oracles import Pixels, load, read
+from support.image_oracles import Pixels, load, read, wiener_filtered
 from support.tiff_files import Form
 
 WIDTH, HEIGHT = 37, 29
@@ -500,20 +500,6 @@ def test_bilateral_smoothing(tmp_path: Path, form: Form) -> None:
     expect(tmp_path, image, form, with_colors(shares, sums / weights, form), SINGLE)
 
 
-def restored(shares: Pixels, kernel: Pixels, noise_to_signal: float) -> Pixels:
-    """Wiener's filter by one transform of the picture, mirrored at its edges."""
-    wall = np.concatenate([shares, shares[::-1]], 0)
-    wall = np.concatenate([wall, wall[:, ::-1]], 1)
-    spread = np.zeros(wall.shape[:2])
-    half = kernel.shape[0] // 2
-    for y in range(-half, half + 1):
-        for x in range(-half, half + 1):
-            spread[y % spread.shape[0], x % spread.shape[1]] += kernel[y + half, x + half]
-    blur = np.fft.fft2(spread)
-    result = np.fft.fft2(wall, axes=(0, 1)) * (blur.conj() / (np.abs(blur)**2 + noise_to_signal))[..., None]
-    return np.asarray(np.fft.ifft2(result, axes=(0, 1)).real[:HEIGHT, :WIDTH])
-
-
 @every_form
 @pytest.mark.parametrize("gray", [False, True])
 def test_wiener_filters(tmp_path: Path, form: Form, gray: bool) -> None:
@@ -525,7 +511,7 @@ def test_wiener_filters(tmp_path: Path, form: Form, gray: bool) -> None:
     image.filter(image.bounds, options)
     source = luma(colors) if gray else colors
     source = np.rint(source * top(form)) / top(form) if form.numbers != 3 else source
-    exact = restored(source, bell(2, 0.8), 0.01) * 1.1
+    exact = wiener_filtered(source, bell(2, 0.8), 0.01) * 1.1
     exact = np.repeat(exact, 3, -1) if gray and form.bands > 2 else exact
     found, result = saved(tmp_path, image)
     exact = with_colors(shares, exact, form)

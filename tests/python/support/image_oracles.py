@@ -105,3 +105,17 @@ def write_16_bits(path: Path, pixels: Pixels) -> str:
     path.write_bytes(b"\x89PNG\r\n\x1a\n" + png_chunk(b"IHDR", header) + png_chunk(b"IDAT", data)
                      + png_chunk(b"IEND", b""))
     return str(path)
+
+
+def wiener_filtered(source: Pixels, kernel: Pixels, noise_to_signal: float) -> Pixels:
+    """Wiener's filter by one transform of the picture, mirrored at its edges; not rounded."""
+    wall = np.concatenate([source, source[::-1]], 0)
+    wall = np.concatenate([wall, wall[:, ::-1]], 1).astype(float)
+    spread = np.zeros(wall.shape[:2])
+    half = kernel.shape[0] // 2
+    for y in range(-half, half + 1):
+        for x in range(-half, half + 1):
+            spread[y % spread.shape[0], x % spread.shape[1]] += kernel[y + half, x + half]
+    blur = np.fft.fft2(spread)
+    result = np.fft.fft2(wall, axes=(0, 1)) * (blur.conj() / (np.abs(blur)**2 + noise_to_signal))[..., None]
+    return np.asarray(np.fft.ifft2(result, axes=(0, 1)).real[:source.shape[0], :source.shape[1]])
