@@ -15,6 +15,7 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/type_system.h"
+#include "with_directory.h"
 
 namespace zelmor::embed {
 namespace {
@@ -107,23 +108,7 @@ void compare_with_bytes(ManagedStream& stream, Content bytes, int64_t position, 
     }
 }
 
-class JoinedStreamTest : public test::RuntimeTest {
- protected:
-    void SetUp() override {
-        RuntimeTest::SetUp();
-        std::string name = (std::filesystem::temp_directory_path() / "joinedXXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        m_directory = name;
-    }
-    void TearDown() override {
-        std::filesystem::remove_all(m_directory);
-        RuntimeTest::TearDown();
-    }
-    std::string path(const char* name) const { return (m_directory / name).string(); }
-
- private:
-    std::filesystem::path m_directory;
-};
+using JoinedStreamTest = test::WithDirectory;
 
 TEST_F(JoinedStreamTest, AMemoryStreamIsARowOfBytes) {
     compare_with_bytes(*make_memory_stream(content("hello")), content("hello"), 0, 4000, EmptyWrite::kFills);

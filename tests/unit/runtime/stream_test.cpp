@@ -13,6 +13,7 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
+#include "with_directory.h"
 
 namespace zelmor::embed {
 namespace {
@@ -24,28 +25,14 @@ std::vector<std::byte> bytes(std::string_view text) {
     return {data, data + text.size()};
 }
 
-class StreamTest : public test::RuntimeTest {
+class StreamTest : public test::WithDirectory {
  protected:
-    void SetUp() override {
-        RuntimeTest::SetUp();
-        std::string name = (std::filesystem::temp_directory_path() / "streamXXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        m_directory = name;
-    }
-    void TearDown() override {
-        std::filesystem::remove_all(m_directory);
-        RuntimeTest::TearDown();
-    }
-    std::string path(const char* name) const { return (m_directory / name).string(); }
     template <class R, class... Args>
     static R service(const char* method, Args... args) {
         const Delegate made =
             resolve_delegate("WrpInterop.Zelmor.Imaging", "Zelmor.WrpGen.Interop.SiApiStream", method);
         return reinterpret_cast<R (*)(Args...)>(made.address)(args...);
     }
-
- private:
-    std::filesystem::path m_directory;
 };
 
 template <class Action>
