@@ -190,6 +190,30 @@ def test_only_the_tests_that_reach_a_change_are_run(tree: Path) -> None:
     assert runs.read_text().splitlines() == list(TESTS)
 
 
+def test_only_the_single_tests_that_reach_a_change_are_run(tree: Path) -> None:
+    trial = make_trial(tree, "seen", "lost")
+    trial.others = [TESTS[1]]
+    trial.workshop.commands = replace(trial.workshop.commands, test=lambda place, names: program("""
+import json, os, pathlib
+record, only = (os.environ.get(f"ZELMOR_MUTANTS_{name}") for name in ("CASES", "ONLY"))
+if record:
+    pathlib.Path(os.environ["ZELMOR_MUTANTS_REACHED"]).write_bytes(bytes([0, 1, 1]))
+    pathlib.Path(record).write_text(json.dumps({"x": [[1], 1.0], "y": [[1, 2], 90.0], "z": [[2], 150.0]}))
+else:
+    text = pathlib.Path(only).read_text() if only else "all"
+    pathlib.Path("build/runs").open("a").write(text + chr(10))
+"""))
+    list(trial.prepare())
+    list(trial.look_at_others())
+    runs = trial.workshop.copy / BUILD / "runs"
+    assert trial.judge(1).outcome is trial.judge(2).outcome is Outcome.SURVIVED
+    assert runs.read_text().splitlines() == ['["x", "y"]', '["y", "z"]']
+    # Of other tests that would take longer than two minutes, every second, every third and so on.
+    trial.judge_by_others(1)
+    trial.judge_by_others(2)
+    assert runs.read_text().splitlines()[2:] == ['["x", "y"]', '["y"]']
+
+
 def test_a_test_that_the_map_does_not_name_is_asked_about_survivors(
         tree: Path, capsys: pytest.CaptureFixture[str]) -> None:
     (tree / "src" / "b.cpp").write_text("int other = 1;\n")

@@ -2,15 +2,20 @@
 
 from __future__ import annotations
 
+import json
+import math
 import re
 import sys
+import tempfile
 import time
-from collections.abc import Callable, Iterator, Mapping, Sequence
+from collections.abc import Callable, Iterator, Sequence
 from concurrent.futures import ThreadPoolExecutor, as_completed
+from contextlib import contextmanager
 from dataclasses import dataclass, replace
 from enum import Enum
 from pathlib import Path
 
+from . import cases
 from .changes import Change
 from .equivalents import Equivalents
 from .reach import Reach, reaching
@@ -22,6 +27,8 @@ from .workshop import BUILD, Run, Workshop
 _BUILD_LIMIT = 3600.0
 # A test that is not named for any source of the sample, with no change chosen.
 _OTHERS_LIMIT = 300.0
+# What all of these tests may take for one change, as long as they took without it: of more, an even choice is run.
+_OTHERS_SECONDS = 120.0
 # The build runs the unit tests to list them: where that fails, the source has been compiled.
 _LISTING_FAILED = "Error running test executable"
 _FIRST_FAILURE = [
@@ -91,6 +98,8 @@ class Trial:
                         for path in sorted({change.path for change in changes})}
         self.limits: dict[str, float] = {}
         self.reached: dict[str, frozenset[int]] = {}  # by the name of a test
+        # By the name of a file of tests in Python, its single tests, with what they reach and the seconds they took.
+        self.cases: dict[str, dict[str, tuple[frozenset[int], float]]] = {}
         self.no_program: set[int] = set()
         self.alone: set[int] = set()  # the changes that need a build of their own
         self._schemas: dict[str, Schema] = {}
@@ -145,9 +154,14 @@ class Trial:
     def _run_unchanged(self, place: int, name: str, limit: float | None) -> tuple[Run, frozenset[int]]:
         """Runs a test with no change chosen, and records the changes that it reaches."""
         record = Path(f"{_REACHED}-{place}")
-        file = self.workshop.copy / record
+        file, single = self.workshop.copy / record, self.workshop.copy / f"{record}.json"
         file.write_bytes(bytes(max(self.changes) + 1))
-        run = self.workshop.test([name], limit, {"ZELMOR_MUTANTS_REACHED": str(self.workshop.place / record)})
+        single.unlink(missing_ok=True)
+        run = self.workshop.test([name], limit, {cases.REACHED: str(self.workshop.place / record),
+                                                 cases.CASES: str(self.workshop.place / f"{record}.json")})
+        if run.code == 0 and single.is_file():
+            self.cases[name] = {test: (frozenset(numbers), seconds)
+                                for test, (numbers, seconds) in json.loads(single.read_text()).items()}
         return run, frozenset(number for number, seen in enumerate(file.read_bytes()) if seen)
 
     def judge(self, number: int) -> Verdict:
@@ -160,7 +174,7 @@ class Trial:
             verdict = self._judge_alone(change)
         else:
             names = [name for name in reaching(change.path, self.table) if number in self.reached[name]]
-            verdict = self._test(change, names, {"ZELMOR_MUTANT": str(number)})
+            verdict = self._test(change, names, number)
         if verdict.outcome is Outcome.SURVIVED:
             source = self.sources[change.path]
             if self.equivalents.reason(change, source) is not None:
@@ -178,17 +192,37 @@ class Trial:
         names = sorted((name for name in self.reached
                         if number in self.reached[name] and name not in reaching(change.path, self.table)),
                        key=self.limits.__getitem__)
-        return self._test(change, names, {"ZELMOR_MUTANT": str(number)})
+        return self._test(change, names, number, _OTHERS_SECONDS)
 
-    def _test(self, change: Change, names: Sequence[str], environment: Mapping[str, str]) -> Verdict:
+    def _test(self, change: Change, names: Sequence[str], number: int | None, seconds: float | None = None) -> Verdict:
+        """Runs tests with a change that is chosen by its number, or stands in the source if there is none. Single
+        tests that do not reach it are left out, and where the others took more than `seconds`, some of these, too."""
         for group in _runs(names):
-            run = self.workshop.test(group, sum(self.limits[name] for name in group), environment)
+            with self._chosen(group, number, seconds) as environment:
+                run = self.workshop.test(group, sum(self.limits[name] for name in group), environment)
             if run.code is None:
                 return Verdict(change, Outcome.HANGS, " ".join(group), 0)
             if run.code != 0:
                 return Verdict(change, Outcome.NOTICED, first_failure(group, run), 0)
         by = f"{len(names)} groups of tests pass" if names else "no test reaches it"
         return Verdict(change, Outcome.SURVIVED, by, 0)
+
+    @contextmanager
+    def _chosen(self, names: Sequence[str], number: int | None, seconds: float | None) -> Iterator[dict[str, str]]:
+        """The environment for a run of tests, while the list of the single ones lies there."""
+        if number is None:
+            yield {}
+            return
+        found = [(test, took) for name in names for test, (numbers, took) in self.cases.get(name, {}).items()
+                 if number in numbers]
+        if not found:
+            yield {"ZELMOR_MUTANT": str(number)}
+            return
+        step = max(1, math.ceil(sum(took for _, took in found) / seconds)) if seconds else 1
+        with tempfile.NamedTemporaryFile("w", dir=self.workshop.copy / BUILD, suffix=".json") as file:
+            json.dump([test for test, _ in found[::step]], file)
+            file.flush()
+            yield {"ZELMOR_MUTANT": str(number), cases.ONLY: str(self.workshop.place / BUILD / Path(file.name).name)}
 
     def _judge_alone(self, change: Change) -> Verdict:
         """Builds the one change. The build that follows takes the source back."""
@@ -201,7 +235,7 @@ class Trial:
                 if _LISTING_FAILED in run.output:
                     return Verdict(change, Outcome.NOTICED, "the list of the unit tests", 0)
                 return Verdict(change, Outcome.NO_PROGRAM, "the compiler", 0)
-            return self._test(change, tests, {})
+            return self._test(change, tests, None)
         finally:
             source.write_text(self._schemas[change.path].text)
 
