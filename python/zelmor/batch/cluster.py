@@ -18,12 +18,15 @@ _CANCELLED = (asyncio.CancelledError, concurrent.futures.CancelledError)
 
 
 class ClusterWorkers:
-    """The workers of the cluster with this address, such as `tcp://scheduler:8786`."""
+    """The workers of the cluster with this address, such as `tcp://scheduler:8786`.
+
+    How long it tries to reach a scheduler is Dask's own setting, `distributed.comm.timeouts.connect`, 30 seconds.
+    """
 
     #: Requests for each thread of the cluster: one that is being done, and one that need not be waited for.
     _AHEAD = 2
 
-    def __init__(self, address: str, timeout: float = 30.0) -> None:
+    def __init__(self, address: str) -> None:
         try:
             import distributed as module
         except ImportError as error:
@@ -32,7 +35,7 @@ class ClusterWorkers:
         self._distributed = distributed
         self._address = address
         try:
-            self._client: Any = distributed.Client(address, timeout=timeout, set_as_default=False)
+            self._client: Any = distributed.Client(address, set_as_default=False)
         except (OSError, ValueError, asyncio.TimeoutError) as error:
             raise ClusterError(f"there is no cluster at {address}: {error}") from error
         threads = sum(self._client.nthreads().values())
