@@ -199,7 +199,8 @@ def main() -> int:
         command += ["-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
         # The workers are started as the plain interpreter, so a tool that watches the interpreter allows no workers.
         if arguments.under in (None, "sanitizers", "threads") and arguments.jobs > 1:
-            command += ["-n", str(arguments.jobs)]
+            # By files, so that what a file sets up once is set up once.
+            command += ["-n", str(arguments.jobs), "--dist", "loadfile"]
         return run(name, command + tests, report, variables)
 
     count, well = run_pytest("pytest", arguments.tests or TESTS)
