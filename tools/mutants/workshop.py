@@ -197,9 +197,10 @@ def project_commands(jobs: int, launcher: str) -> Commands:
                 f"-DCMAKE_C_COMPILER_LAUNCHER={words}", f"-DCMAKE_CXX_COMPILER_LAUNCHER={words}"]
 
     def build(tests: Sequence[str]) -> list[str]:
+        # Some errors at a time; more are those of one header, and need not be found in all that includes it.
         folders = sorted({f"{name}/all" for name in tests if not name.endswith(".py")})
         return ["cmake", "--build", BUILD, "-j", str(jobs), "--target", "product", "test-runtime", "tests/native/all",
-                *folders, "--", "-k", "0"]
+                *folders, "--", "-k", "10"]
 
     def test(place: Path, names: Sequence[str]) -> list[str]:
         if not names[0].endswith(".py"):
