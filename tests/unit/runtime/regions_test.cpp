@@ -267,6 +267,25 @@ TEST(RegionsTest, ManyEllipsesStayFewCorners) {
     }
 }
 
+TEST(RegionsTest, ALimitEndsSweepsThatTakeTooLong) {
+    // Two edges and one band: both are compared with themselves, one with the other, and both stand in the band.
+    const RegionTree box = region_of({rectangle_contour({0, 0, 10, 10})}, FillRule::kAlternate);
+    {
+        SweepLimit limit(5);
+        EXPECT_EQ(trapezoids_of(*box).size(), 1U);
+        EXPECT_THROW(boundary_of(*box), SweepTooLong);
+        {
+            const SweepLimit inner(10);
+            EXPECT_EQ(boundary_of(*box).size(), 1U);
+            EXPECT_EQ(trapezoids_of(*box).size(), 1U);
+            EXPECT_THROW(trapezoids_of(*box), SweepTooLong);
+        }
+        limit.take(0);
+        EXPECT_THROW(limit.take(1), SweepTooLong);
+    }
+    EXPECT_EQ(boundary_of(*box).size(), 1U);
+}
+
 TEST(RegionsTest, ARegionAndItselfIsNoLongerExpression) {
     Draw draw(3);
     const RegionTree region = draw.expression(2).tree;

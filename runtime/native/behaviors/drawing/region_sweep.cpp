@@ -18,6 +18,14 @@ constexpr double kFarthest = 1e100;  // differences and quotients of such coordi
 
 constexpr size_t kNone = std::numeric_limits<size_t>::max();
 
+thread_local SweepLimit* sweep_limit = nullptr;
+
+void take_steps(uint64_t steps) {
+    if (sweep_limit != nullptr) {
+        sweep_limit->take(steps);
+    }
+}
+
 // An edge from top to bottom, of one of the terms of the expression.
 struct Edge {
     PointD top, bottom;
@@ -123,7 +131,8 @@ std::vector<double> heights_of(const std::vector<Edge>& edges) {
         const Edge& a = edges[i];
         heights.push_back(a.top.y);
         heights.push_back(a.bottom.y);
-        for (size_t j = i + 1; j < edges.size() && edges[j].top.y < a.bottom.y; ++j) {
+        size_t j = i + 1;
+        for (; j < edges.size() && edges[j].top.y < a.bottom.y; ++j) {
             const Edge& b = edges[j];
             const double top = b.top.y, bottom = std::min(a.bottom.y, b.bottom.y);
             const double before = a.at(top) - b.at(top), after = a.at(bottom) - b.at(bottom);
@@ -131,6 +140,7 @@ std::vector<double> heights_of(const std::vector<Edge>& edges) {
                 heights.push_back(top + (bottom - top) * before / (before - after));
             }
         }
+        take_steps(j - i);
     }
     std::sort(heights.begin(), heights.end());
     heights.erase(std::unique(heights.begin(), heights.end()), heights.end());
@@ -158,6 +168,7 @@ class Sweep {
             for (; next < m_edges.size() && m_edges[next].top.y <= top; ++next) {
                 across.push_back({next, 0, false});
             }
+            take_steps(across.size());
             for (Crossing& crossing : across) {
                 crossing.x = m_edges[crossing.edge].at(middle);
             }
@@ -264,6 +275,20 @@ class Boundary {
 };
 
 }  // namespace
+
+SweepLimit::SweepLimit(uint64_t steps) : m_left(steps), m_outer(sweep_limit) {
+    sweep_limit = this;
+}
+SweepLimit::~SweepLimit() {
+    sweep_limit = m_outer;
+}
+
+void SweepLimit::take(uint64_t steps) {
+    if (steps > m_left) {
+        throw SweepTooLong();
+    }
+    m_left -= steps;
+}
 
 std::vector<Trapezoid> trapezoids_of(const RegionNode& region) {
     Sweep sweep(region);

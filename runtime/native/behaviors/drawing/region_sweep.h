@@ -5,11 +5,36 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_REGION_SWEEP_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_REGION_SWEEP_H
 
+#include <cstdint>
+#include <stdexcept>
 #include <vector>
 
 #include "runtime/native/behaviors/drawing/regions.h"
 
 namespace zelmor::embed {
+
+// Regions that take longer to work out than a SweepLimit allows.
+class SweepTooLong : public std::runtime_error {
+ public:
+    SweepTooLong() : std::runtime_error("the regions take too long to work out") {}
+};
+
+// While it lives, all sweeps of its thread together take no more than so many steps; SweepTooLong where they would. A
+// step is an edge in a band, or two edges at one height that are compared. Of two limits the inner one holds. For
+// regions of a file, which may have been made to take hours; those of a program take what they take.
+class SweepLimit {
+ public:
+    explicit SweepLimit(uint64_t steps);
+    ~SweepLimit();
+    SweepLimit(const SweepLimit&) = delete;
+    SweepLimit& operator=(const SweepLimit&) = delete;
+
+    void take(uint64_t steps);
+
+ private:
+    uint64_t m_left;
+    SweepLimit* m_outer;
+};
 
 struct Trapezoid {
     double top, bottom;

@@ -11,6 +11,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.Objects.h"
 #include "runtime/native/behaviors/drawing/arguments.h"
+#include "runtime/native/behaviors/drawing/region_sweep.h"
 #include "runtime/native/core/references.h"
 #include "runtime/native/core/values.h"
 #include "runtime/native/formats/metafile/player/dib_pixels.h"
@@ -24,6 +25,9 @@ namespace {
 using imagework::Failure;
 using imagework::PictureError;
 using std::string_view;
+
+// Steps that the regions of a file may take: some seconds.
+constexpr uint64_t kMostSteps = 100'000'000;
 
 constexpr double kPixelsPerInch = 96;
 constexpr double kHundredths = 2540.0 / kPixelsPerInch;  // of a millimeter in a pixel
@@ -164,6 +168,7 @@ void MetafileDrawing::draw(drawwork::Canvas& canvas, const Affine& placing, cons
     playing.rendering = {settings.smooth, settings.smooth_text, settings.hinted};
     playing.emf = mode_of(settings, "EmfRasterizationOptions", EmfMode::kAuto);
     playing.wmf = mode_of(settings, "WmfRasterizationOptions", WmfMode::kAuto);
+    const SweepLimit limit(kMostSteps);
     try {
         if (m_family == RecordFamily::kEmf) {
             play_emf(canvas, current(), frame(), playing);
@@ -176,6 +181,8 @@ void MetafileDrawing::draw(drawwork::Canvas& canvas, const Affine& placing, cons
         }
     } catch (const MetafileError& error) {
         throw PictureError(Failure::kDamaged, error.what());
+    } catch (const SweepTooLong& error) {
+        throw PictureError(Failure::kDamaged, error.what() + std::string(": the metafile has too many lines in them"));
     }
 }
 

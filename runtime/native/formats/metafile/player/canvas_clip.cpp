@@ -9,20 +9,6 @@ namespace zelmor::embed::metafile {
 
 namespace {
 
-// Lines of a region whose parts are worked out: that takes the square of their number.
-constexpr size_t kMostLines = 2000;
-
-size_t lines_of(const RegionNode& region) {
-    if (region.kind == RegionNode::Kind::kOperation) {
-        return lines_of(*region.left) + lines_of(*region.right);
-    }
-    size_t lines = 0;
-    for (const drawwork::Contour& contour : region.outline) {
-        lines += contour.segments.size() + 1;
-    }
-    return lines;
-}
-
 // Whether counting the crossings of lines gives another region.
 bool may_overlap(const RegionNode& region) {
     return region.outline.size() > 1 && region.rule == drawwork::FillRule::kWinding;
@@ -75,18 +61,11 @@ void CanvasClip::clip(const RegionNode& region) {
         rest.push_back(rectangle_contour(frame));
         return cut(rest, drawwork::FillRule::kAlternate);
     }
-    if (lines_of(region) > kMostLines) {
-        return clip(*region.left);
-    }
     const RegionOutline outline = outline_of(std::make_shared<RegionNode>(region), frame);
     cut(outline.outline, outline.rule);
 }
 
-RegionTree bounded_combination(const RegionTree& left, const RegionTree& right, RegionOperation operation) {
-    // A longer expression is worked out when it is made.
-    if (left->terms + right->terms > kMostTerms && lines_of(*left) + lines_of(*right) > kMostLines) {
-        return left;
-    }
+RegionTree changed_clip(const RegionTree& left, const RegionTree& right, RegionOperation operation) {
     if (left->kind == RegionNode::Kind::kInfinite && operation == RegionOperation::kIntersect) {
         return right;
     }

@@ -20,7 +20,7 @@ class CanvasClip {
     void use(std::vector<RegionTree> regions);
 
  private:
-    // Adds a region to the clip of the canvas. Of one with too many lines for an operation the left part counts.
+    // Adds a region to the clip of the canvas.
     void clip(const RegionNode& region);
 
     drawwork::Canvas& m_canvas;
@@ -29,8 +29,8 @@ class CanvasClip {
     std::vector<RegionTree> m_regions;
 };
 
-// An operation on a clip, unless it would take too long to work out: then the clip stays.
-RegionTree bounded_combination(const RegionTree& left, const RegionTree& right, RegionOperation operation);
+// The clip after an operation. What cuts the infinite region is itself the clip, without an operation.
+RegionTree changed_clip(const RegionTree& left, const RegionTree& right, RegionOperation operation);
 
 // The outline on a canvas. Canvases refuse coordinates that are too far away: these are brought nearer, far outside of
 // every picture.

@@ -95,7 +95,7 @@ void Device::clip_to_path(RegionMode mode) {
         contour.closed = true;
     }
     const RegionTree region = region_of(std::move(path), state.rule);
-    state.clip = mode == RegionMode::kCopy ? region : bounded_combination(state.clip, region, operation_of(mode));
+    state.clip = mode == RegionMode::kCopy ? region : changed_clip(state.clip, region, operation_of(mode));
 }
 
 void Device::select_region(const std::vector<RectD>* rects, RegionMode mode) {
@@ -111,7 +111,7 @@ void Device::select_region(const std::vector<RectD>* rects, RegionMode mode) {
     } else if (mode != RegionMode::kCopy) {
         return;
     }
-    state.clip = mode == RegionMode::kCopy ? region : bounded_combination(state.clip, region, operation_of(mode));
+    state.clip = mode == RegionMode::kCopy ? region : changed_clip(state.clip, region, operation_of(mode));
 }
 
 }  // namespace zelmor::embed::metafile

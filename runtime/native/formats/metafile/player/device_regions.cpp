@@ -22,7 +22,7 @@ Outline outline_of_rects(const std::vector<RectD>& rects) {
 
 void Device::clip_rectangle(const RectD& box, RegionOperation operation) {
     const RegionTree region = region_of(in_pixels({rectangle_contour(box)}), FillRule::kWinding);
-    state.clip = bounded_combination(state.clip, region, operation);
+    state.clip = changed_clip(state.clip, region, operation);
 }
 
 void Device::move_clip(PointD by) {
@@ -32,7 +32,7 @@ void Device::move_clip(PointD by) {
 
 // The clip so far holds from now on, whatever is selected.
 void Device::select_meta_region() {
-    state.meta_clip = bounded_combination(state.meta_clip, state.clip, RegionOperation::kIntersect);
+    state.meta_clip = changed_clip(state.meta_clip, state.clip, RegionOperation::kIntersect);
     state.clip = infinite_region();
 }
 
@@ -41,10 +41,6 @@ void Device::fill_region(const std::vector<RectD>& rects, const DeviceBrush& bru
 }
 
 void Device::frame_region(const std::vector<RectD>& rects, const DeviceBrush& brush, double width, double height) {
-    constexpr size_t kMost = 400;  // the parts of more rectangles take too long to work out
-    if (rects.size() > kMost) {
-        return;
-    }
     const Affine map = this->map();
     const PointD size{std::abs(map.m11 * width), std::abs(map.m22 * height)};
     const RegionTree whole = region_of(in_pixels(outline_of_rects(rects)), FillRule::kWinding);
@@ -53,13 +49,7 @@ void Device::frame_region(const std::vector<RectD>& rects, const DeviceBrush& br
     for (const PointD by : {PointD{size.x, 0}, PointD{-size.x, 0}, PointD{0, size.y}, PointD{0, -size.y}}) {
         inner = combined(inner, transformed(whole, Affine::translation(by.x, by.y)), RegionOperation::kIntersect);
     }
-    Outline outline;
-    for (const Trapezoid& t : trapezoids_of(*combined(whole, inner, RegionOperation::kExclude))) {
-        const std::vector<PointD> corners{
-            {t.left_top, t.top}, {t.right_top, t.top}, {t.right_bottom, t.bottom}, {t.left_bottom, t.bottom}};
-        outline.push_back(polygon_contour(corners, true));
-    }
-    fill(outline, FillRule::kWinding, brush);
+    fill(boundary_of(*combined(whole, inner, RegionOperation::kExclude)), FillRule::kAlternate, brush);
 }
 
 void Device::invert_region(const std::vector<RectD>& rects) {

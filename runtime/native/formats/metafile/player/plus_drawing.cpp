@@ -327,7 +327,7 @@ void PlusPlayer::clip(const RegionTree& world, int64_t mode) {
         state.clip = region;
         return;
     }
-    state.clip = bounded_combination(state.clip, region, kOperations[mode - 1]);
+    state.clip = changed_clip(state.clip, region, kOperations[mode - 1]);
 }
 
 void PlusPlayer::move_clip(PointD by) {
