@@ -320,6 +320,18 @@ def test_a_color_that_is_left_to_the_program_is_black(tmp_path: Path) -> None:
     assert (page.max(axis=2) < 40).sum() == 0 and np.all(page == [255, 0, 0], axis=2).sum() > 50
 
 
+def test_a_text_box_has_its_line_and_its_fill(tmp_path: Path) -> None:
+    styles = ('<style:style style:name="G" style:family="graphic"><style:graphic-properties draw:stroke="solid" '
+              'svg:stroke-color="#ff0000" svg:stroke-width="6px" draw:stroke-linejoin="miter" draw:fill="solid" '
+              'draw:fill-color="#00ff00"/></style:style>')
+    page = drawn(odg('<draw:frame draw:style-name="G" svg:x="20px" svg:y="20px" svg:width="50px" svg:height="40px">'
+                     "<draw:text-box/></draw:frame>", styles=styles), tmp_path)
+    expected = np.full(page.shape, 255, page.dtype)
+    expected[17:63, 17:73] = [255, 0, 0]
+    expected[23:57, 23:67] = [0, 255, 0]
+    assert np.array_equal(page, expected)
+
+
 def test_the_font_of_the_nearest_style_counts(tmp_path: Path) -> None:
     """However the styles name it."""
     def text(paragraph: str, shape: str) -> Any:

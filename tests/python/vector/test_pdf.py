@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import io
 import re
+import struct
 import subprocess
 import zlib
 from pathlib import Path
@@ -24,7 +25,7 @@ from zelmor.imaging.imageoptions import (MultiPageOptions, PdfImageCompressionOp
 from support import tiff_files as tiff
 from support.drawn_documents import document
 from support.image_oracles import managed_error, noise, raster, smooth
-from support.pdf_archives import archive_problems
+from support.pdf_archives import Archive, archive_problems
 from support.tiff_files import Form
 
 LOSSLESS = (PdfImageCompressionOptions.AUTO, PdfImageCompressionOptions.NONE, PdfImageCompressionOptions.RLE,
@@ -431,6 +432,28 @@ def test_archives_of_deep_pictures_inks_and_photos(tmp_path: Path) -> None:
     assert seen[5, 5].min() > 245 and seen[5, 27, 0] < 80 and seen[5, 27, 2] > 150
     path = archived(tmp_path, Image.load(io.BytesIO(photo())), "A")
     assert np.array_equal(picture_in(path), decoded(photo()))
+
+
+def test_colors_of_archives_are_those_of_an_srgb_profile(tmp_path: Path) -> None:
+    archive = Archive(archived(tmp_path, loaded(smooth()), "B"))
+    (intent,) = archive.value(archive.value(archive.trailer["/Root"])["/OutputIntents"])
+    data = archive.data(archive.value(intent)["/DestOutputProfile"])
+    made = ImageCms.ImageCmsProfile(io.BytesIO(data))
+    srgb = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB"))
+    profile = made.profile
+    assert (profile.profile_description, profile.copyright) == ("sRGB", "No copyright, use freely")
+    assert (profile.version, profile.device_class, profile.connection_space.strip()) == (2.1, "mntr", "XYZ")
+    assert struct.unpack(">6H", data[24:36]) == (2000, 1, 1, 0, 0, 0) and profile.rendering_intent == 0
+    assert int.from_bytes(data[:4], "big") == len(data) and data[36:40] == b"acsp"
+    # The light of the profile connection space, as 16.16 fixed point in the header and as the white of the pictures.
+    assert [int.from_bytes(data[68 + 4 * i:72 + 4 * i], "big") for i in range(3)] == [0xF6D6, 0x10000, 0xD32D]
+    assert profile.media_white_point[0] == pytest.approx((0.9642, 1, 0.8249), abs=1e-4)
+    for name in ("red", "green", "blue"):
+        xyz, expected = (getattr(each, f"{name}_colorant")[0] for each in (profile, srgb.profile))
+        assert xyz == pytest.approx(expected, abs=2e-4), name
+    pixels = Pillow.fromarray(np.random.default_rng(5).integers(0, 256, (64, 64, 3), np.uint8))
+    seen = ImageCms.profileToProfile(pixels, made, srgb)
+    assert np.abs(np.asarray(seen).astype(int) - np.asarray(pixels)).max() <= 1
 
 
 @pytest.mark.parametrize("version", [2, 4])
