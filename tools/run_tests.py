@@ -123,12 +123,20 @@ def bridge_tests(asked: list[str]) -> list[str]:
         test for test in asked if lies_in(test, ON_DOTNET) and test.rstrip("/") not in ON_DOTNET]
 
 
-def build_dotnet(build: Path) -> str:
-    """Builds the .NET half; returns why that was not possible, empty if it is there."""
-    if find_sdk() is None:
-        return "no SDK was found, so that no test ran on it"
-    done = subprocess.run([PYTHON, "-B", "-m", "tools.build_dotnet", "--build", str(build)], check=False)
-    return "" if done.returncode == 0 else "its half could not be built"
+class DotnetBuild:
+    """The build of the .NET half, which goes on beside the first tests."""
+
+    def __init__(self, build: Path) -> None:
+        self._process = None if find_sdk() is None else subprocess.Popen(
+            [PYTHON, "-B", "-m", "tools.build_dotnet", "--build", str(build)], text=True, stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT)
+
+    def trouble(self) -> str:
+        """Waits for its end, and prints what it said; why it was not possible, empty if the half is there."""
+        if self._process is None:
+            return "no SDK was found, so that no test ran on it"
+        print(self._process.communicate()[0], end="", flush=True)
+        return "" if self._process.returncode == 0 else "its half could not be built"
 
 
 def watched(under: str | None, environment: dict[str, str]) -> list[str]:
@@ -180,6 +188,11 @@ def main() -> int:
         environment["ZELMOR_SANITIZED"] = "1"
     total, content = Count(), True
 
+    # The tools that watch a process do not know .NET.
+    on_dotnet = bridge_tests(arguments.tests) if not arguments.fuzz and arguments.under is None else []
+    # The random calls of --fuzz start .NET in a process of their own.
+    dotnet = DotnetBuild(build) if on_dotnet or arguments.fuzz else None
+
     if not (arguments.fuzz or arguments.under in ("debug", "threads", "valgrind") or arguments.tests):
         report = build / "ctest.xml"
         command = ["ctest", "--test-dir", str(build), "--output-on-failure", "-j", str(arguments.jobs),
@@ -187,10 +200,7 @@ def main() -> int:
         count, well = run("ctest", command, report, environment)
         total, content = total + count, content and well
 
-    # The tools that watch a process do not know .NET.
-    on_dotnet = bridge_tests(arguments.tests) if not arguments.fuzz and arguments.under is None else []
-    # The random calls of --fuzz start .NET in a process of their own.
-    trouble = build_dotnet(build) if on_dotnet or arguments.fuzz else ""
+    trouble = dotnet.trouble() if dotnet is not None else ""
 
     def run_pytest(name: str, tests: list[str], **more: str) -> tuple[Count, bool]:
         report = build / f"{name}.xml"
