@@ -18,11 +18,12 @@ constexpr double kFarthest = 1e100;  // differences and quotients of such coordi
 
 constexpr size_t kNone = std::numeric_limits<size_t>::max();
 
-thread_local SweepLimit* sweep_limit = nullptr;
+// The innermost limit of each thread.
+thread_local SweepLimit* t_sweep_limit = nullptr;
 
 void take_steps(uint64_t steps) {
-    if (sweep_limit != nullptr) {
-        sweep_limit->take(steps);
+    if (t_sweep_limit != nullptr) {
+        t_sweep_limit->take(steps);
     }
 }
 
@@ -276,11 +277,11 @@ class Boundary {
 
 }  // namespace
 
-SweepLimit::SweepLimit(uint64_t steps) : m_left(steps), m_outer(sweep_limit) {
-    sweep_limit = this;
+SweepLimit::SweepLimit(uint64_t steps) : m_left(steps), m_outer(t_sweep_limit) {
+    t_sweep_limit = this;
 }
 SweepLimit::~SweepLimit() {
-    sweep_limit = m_outer;
+    t_sweep_limit = m_outer;
 }
 
 void SweepLimit::take(uint64_t steps) {
