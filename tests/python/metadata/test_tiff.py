@@ -134,6 +134,11 @@ def test_fractions() -> None:
     assert (half.value, half.value_d) == (0.5, 0.5)
     assert half == TiffRational(2, 4) != TiffRational(1, 3)
     assert hash(half) == hash(TiffRational(2, 4))
+    assert hash(TiffSRational(-1, 2)) == hash(TiffSRational(2, -4)) != hash(TiffSRational(1, 2))
+    # Few of other values share one.
+    values = {fractions.Fraction(above, below) for above in range(40) for below in range(1, 40)}
+    hashes = {hash(TiffRational(value.numerator, value.denominator)) for value in values}
+    assert len(hashes) > 0.8 * len(values)
     assert half != TiffSRational(1, 2)
     assert str(TiffSRational(-1, 2)) == "-1/2"
     assert TiffRational(1, 0).value == float("inf")
