@@ -93,6 +93,10 @@ Layout make_layout(cairo_t* context, const TextLayout& wanted) {
     pango_cairo_context_set_font_options(pango, options);
     cairo_font_options_destroy(options);
     pango_cairo_context_set_resolution(pango, 72);
+    // The library would take a transformation of the context for one of the font, and where that is not the same in
+    // both directions, put letters at wrong distances. Without one it measures and places them alike, whoever draws
+    // them.
+    pango_context_set_matrix(pango, nullptr);
     pango_context_set_round_glyph_positions(pango, is_exact(wanted) ? FALSE : TRUE);
     pango_context_set_base_dir(pango, wanted.right_to_left ? PANGO_DIRECTION_RTL : PANGO_DIRECTION_WEAK_LTR);
 
@@ -157,7 +161,6 @@ TextExtent measure_text(const TextLayout& layout) {
 
 void show_text(cairo_t* context, const TextLayout& wanted) {
     const Layout layout = make_layout(context, wanted);
-    pango_cairo_update_layout(context, layout.get());
     if (is_exact(wanted) && show_exact_letters(context, layout.get())) {
         return;
     }

@@ -112,7 +112,7 @@ class LetterStore {
 
 // Letters of one font, at their places in pixels.
 struct Piece {
-    cairo_scaled_font_t* font;
+    ScaledFont font;
     std::vector<cairo_glyph_t> glyphs;
 };
 struct Laid {
@@ -152,6 +152,20 @@ void add_lines(std::vector<RectD>& lines, const PangoItem* item, const PangoRect
     }
 }
 
+// A font of a layout as the context draws it: layouts are made in a space without a transformation.
+ScaledFont font_in(cairo_t* context, PangoFont* font) {
+    cairo_scaled_font_t* const plain = pango_cairo_font_get_scaled_font(PANGO_CAIRO_FONT(font));
+    cairo_matrix_t letters, map;
+    cairo_scaled_font_get_font_matrix(plain, &letters);
+    cairo_get_matrix(context, &map);
+    map.x0 = map.y0 = 0;
+    const std::unique_ptr<cairo_font_options_t, Freeing<cairo_font_options_destroy>> options(
+        cairo_font_options_create());
+    cairo_scaled_font_get_font_options(plain, options.get());
+    // The library keeps the fonts that it has made, and gives the same one again.
+    return ScaledFont(cairo_scaled_font_create(cairo_scaled_font_get_font_face(plain), &letters, &map, options.get()));
+}
+
 // Where everything of the layout is. False if cairo has to show it.
 bool lay(cairo_t* context, PangoLayout* layout, Laid& laid) {
     const Iterator iterator(pango_layout_get_iter(layout));
@@ -168,7 +182,7 @@ bool lay(cairo_t* context, PangoLayout* layout, Laid& laid) {
         pango_layout_iter_get_run_extents(iterator.get(), nullptr, &place);
         const int baseline = pango_layout_iter_get_baseline(iterator.get());
         Piece& piece = laid.pieces.emplace_back();
-        piece.font = pango_cairo_font_get_scaled_font(PANGO_CAIRO_FONT(font));
+        piece.font = font_in(context, font);
         int x = place.x;
         for (int i = 0; i < run->glyphs->num_glyphs; ++i) {
             const PangoGlyphInfo& info = run->glyphs->glyphs[i];
@@ -243,7 +257,7 @@ void show_pieces(cairo_t* context, const Laid& laid, bool fine_x, bool fine_y) {
                 continue;
             }
             const Steps x(glyph.x, fine_x), y(glyph.y, fine_y);
-            const Letter& letter = store.letter(piece.font, glyph.index, x.part, y.part);
+            const Letter& letter = store.letter(piece.font.get(), glyph.index, x.part, y.part);
             const Placed placed{&letter, x.whole + letter.left, y.whole + letter.top};
             if (letter.image == nullptr || placed.x >= clip_right || placed.y >= clip_bottom ||
                 placed.x + letter.width <= clip_left || placed.y + letter.height <= clip_top) {
@@ -309,7 +323,7 @@ bool show_exact_letters(cairo_t* context, PangoLayout* layout) {
     cairo_set_fill_rule(context, CAIRO_FILL_RULE_WINDING);
     cairo_new_path(context);
     if (std::any_of(laid.pieces.begin(), laid.pieces.end(),
-                    [&](const Piece& piece) { return size_of(piece.font, map) > kMostSize; })) {
+                    [&](const Piece& piece) { return size_of(piece.font.get(), map) > kMostSize; })) {
         cairo_move_to(context, 0, 0);
         pango_cairo_layout_path(context, layout);
         cairo_fill(context);

@@ -220,3 +220,34 @@ def test_other_fonts_stand_in_for_letters_that_the_font_lacks(page: Page) -> Non
     without = box(page.drawn(hebrew, FRAME, alone, mono))
     assert (without[2:] - without[:2] != size).any()
     assert np.array_equal(page.drawn("Hg", FRAME, alone, mono), page.drawn("Hg", FRAME, None, mono))
+
+
+def centers(ink: Any, axis: int) -> Any:
+    """The middles of letters that lie apart, along an axis."""
+    line = ink.sum(axis=1 - axis)
+    inside = np.flatnonzero(line)
+    groups = np.split(inside, np.flatnonzero(np.diff(inside) > 1) + 1)
+    return np.array([(line[group] * (group + 0.5)).sum() / line[group].sum() for group in groups])
+
+
+@pytest.mark.parametrize("hint", [TextRenderingHint.SYSTEM_DEFAULT, TextRenderingHint.ANTI_ALIAS,
+                                  TextRenderingHint.ANTI_ALIAS_GRID_FIT, TextRenderingHint.SINGLE_BIT_PER_PIXEL])
+@pytest.mark.parametrize(("along", "across"), [(1.0, 1.0), (2.0, 0.5), (0.5, 2.0), (1.3, 1.0), (1.0, 3.0), (1.5, 1.5)])
+@pytest.mark.parametrize("turned", [False, True])
+def test_stretched_letters_stand_at_stretched_distances(page: Page, hint: TextRenderingHint, along: float,
+                                                        across: float, turned: bool) -> None:
+    """However text is stretched, each letter is where a map of the unstretched text puts it."""
+    text, font = "l i l", Font("DejaVu Sans", 24.0, GraphicsUnit.PIXEL)
+    page.graphics.text_rendering_hint = hint
+    plain = centers(page.drawn(text, PointF(0, 0), font=font), 1)
+    assert len(plain) == 3
+    if turned:
+        page.graphics.translate_transform(float(WIDTH), 0.0)
+        page.graphics.rotate_transform(90.0)
+    page.graphics.scale_transform(along, across)
+    ink = page.drawn(text, PointF(0, 0), font=font)
+    found = centers(ink, 0 if turned else 1)
+    assert found == pytest.approx(along * plain, abs=1.0)
+    # Along the letters' height, too.
+    high = np.flatnonzero(ink.sum(axis=0 if turned else 1))
+    assert high[-1] - high[0] + 1 == pytest.approx(18 * across, abs=2.0)
