@@ -191,27 +191,35 @@ def test_only_the_tests_that_reach_a_change_are_run(tree: Path) -> None:
 
 
 def test_only_the_single_tests_that_reach_a_change_are_run(tree: Path) -> None:
-    trial = make_trial(tree, "seen", "lost")
-    trial.others = [TESTS[1]]
-    trial.workshop.commands = replace(trial.workshop.commands, test=lambda place, names: program("""
+    """And those of a file as a whole only if none of them notices it."""
+    (tree / SOURCE).write_text("int first() { return 1; }\nint second() { return 1; }\nint constant = 1;\n")
+    shop = make_shop(tree)
+    shop.take_sources()
+    drawn = {change.line: change for change in changes(SOURCE, (tree / SOURCE).read_text())
+             if change.kind == "constant" and change.replacement == "2"}
+    trial = Trial(shop, [Reach("src/", (TESTS[0],))], [drawn[1], drawn[2], drawn[3]], Equivalents({}),
+                  others=[TESTS[1]])
+    shop.commands = replace(shop.commands, test=lambda place, names: program("""
 import json, os, pathlib
 record, only = (os.environ.get(f"ZELMOR_MUTANTS_{name}") for name in ("CASES", "ONLY"))
 if record:
-    pathlib.Path(os.environ["ZELMOR_MUTANTS_REACHED"]).write_bytes(bytes([0, 1, 1]))
-    pathlib.Path(record).write_text(json.dumps({"x": [[1], 1.0], "y": [[1, 2], 90.0], "z": [[2], 150.0]}))
+    pathlib.Path(os.environ["ZELMOR_MUTANTS_REACHED"]).write_bytes(bytes([0, 1, 1, 1]))
+    pathlib.Path(record).write_text(json.dumps({"x": [[1], 1.0], "y": [[1, 2, 3], 90.0], "z": [[2], 150.0]}))
 else:
     text = pathlib.Path(only).read_text() if only else "all"
     pathlib.Path("build/runs").open("a").write(text + chr(10))
 """))
     list(trial.prepare())
     list(trial.look_at_others())
-    runs = trial.workshop.copy / BUILD / "runs"
-    assert trial.judge(1).outcome is trial.judge(2).outcome is Outcome.SURVIVED
-    assert runs.read_text().splitlines() == ['["x", "y"]', '["y", "z"]']
+    runs = shop.copy / BUILD / "runs"
+    assert {trial.judge(number).outcome for number in (1, 2, 3)} == {Outcome.SURVIVED}
+    # A constant is reached when its library is loaded, whichever test does so.
+    assert runs.read_text().splitlines() == ['["x", "y"]', "all", '["y", "z"]', "all", '["x", "y", "z"]', "all"]
+    runs.unlink()
     # Of other tests that would take longer than two minutes, every second, every third and so on.
-    trial.judge_by_others(1)
-    trial.judge_by_others(2)
-    assert runs.read_text().splitlines()[2:] == ['["x", "y"]', '["y"]']
+    for number in (1, 2, 3):
+        trial.judge_by_others(number)
+    assert runs.read_text().splitlines() == ['["x", "y"]', '["y"]', '["x"]']
 
 
 def test_a_test_that_the_map_does_not_name_is_asked_about_survivors(

@@ -175,6 +175,11 @@ class Trial:
         else:
             names = [name for name in reaching(change.path, self.table) if number in self.reached[name]]
             verdict = self._test(change, names, number)
+            if verdict.outcome is Outcome.SURVIVED and any(name in self.cases for name in names):
+                # What is set up once for a process is reached by the first test alone, and may be noticed by any.
+                whole = [name for name in names if name in self.cases]
+                again = self._test(change, whole, number, chosen=False)
+                verdict = verdict if again.outcome is Outcome.SURVIVED else again
         if verdict.outcome is Outcome.SURVIVED:
             source = self.sources[change.path]
             if self.equivalents.reason(change, source) is not None:
@@ -194,11 +199,13 @@ class Trial:
                        key=self.limits.__getitem__)
         return self._test(change, names, number, _OTHERS_SECONDS)
 
-    def _test(self, change: Change, names: Sequence[str], number: int | None, seconds: float | None = None) -> Verdict:
+    def _test(self, change: Change, names: Sequence[str], number: int | None, seconds: float | None = None,
+              chosen: bool = True) -> Verdict:
         """Runs tests with a change that is chosen by its number, or stands in the source if there is none. Single
-        tests that do not reach it are left out, and where the others took more than `seconds`, some of these, too."""
+        tests that do not reach it are left out if they are `chosen`, and where the others took more than `seconds`,
+        some of these, too."""
         for group in _runs(names):
-            with self._chosen(group, number, seconds) as environment:
+            with self._chosen(group, number, seconds, chosen) as environment:
                 run = self.workshop.test(group, sum(self.limits[name] for name in group), environment)
             if run.code is None:
                 return Verdict(change, Outcome.HANGS, " ".join(group), 0)
@@ -208,14 +215,17 @@ class Trial:
         return Verdict(change, Outcome.SURVIVED, by, 0)
 
     @contextmanager
-    def _chosen(self, names: Sequence[str], number: int | None, seconds: float | None) -> Iterator[dict[str, str]]:
+    def _chosen(self, names: Sequence[str], number: int | None, seconds: float | None,
+                chosen: bool) -> Iterator[dict[str, str]]:
         """The environment for a run of tests, while the list of the single ones lies there."""
         if number is None:
             yield {}
             return
+        # A constant outside of functions is reached once, when its library is loaded.
+        made = self._schemas[self.changes[number].path]
         found = [(test, took) for name in names for test, (numbers, took) in self.cases.get(name, {}).items()
-                 if number in numbers]
-        if not found:
+                 if number in numbers or number not in made.in_functions]
+        if not found or not chosen:
             yield {"ZELMOR_MUTANT": str(number)}
             return
         step = max(1, math.ceil(sum(took for _, took in found) / seconds)) if seconds else 1
