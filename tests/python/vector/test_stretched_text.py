@@ -68,7 +68,8 @@ def test_text_stays_text_and_looks_the_same(map_: tuple[float, ...], is_text: bo
 def test_slanted_and_mirrored_text_of_a_drawing_becomes_shapes(map_: tuple[float, ...], is_text: bool) -> None:
     styles = ('<style:style style:name="A" style:family="paragraph"><style:text-properties fo:font-size="15px" '
               'fo:font-family="DejaVu Sans"/></style:style>'
-              '<style:style style:name="G" style:family="graphic"><style:graphic-properties draw:stroke="none" draw:fill="none"/></style:style>')
+              '<style:style style:name="G" style:family="graphic">'
+              '<style:graphic-properties draw:stroke="none" draw:fill="none"/></style:style>')
     a, b, c, d = map_
     page = odg(f'<draw:frame draw:style-name="G" draw:transform="matrix({a} {b} {c} {d} 15px 40px)" svg:width="60px" '
                f'svg:height="20px"><draw:text-box><text:p text:style-name="A">{TEXT}</text:p></draw:text-box>'
