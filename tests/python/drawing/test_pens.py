@@ -264,3 +264,23 @@ def test_caps_of_a_line_have_caps(ends: tuple[LineCap, LineCap], tmp_path: Path)
         body = (20 <= x) & (x <= 80) & (abs(y - 50) <= 3) | (abs(along) <= 3) & (abs(across) <= 0.5)
         return body | end(ends[0], along - 3, across) | end(ends[1], -along - 3, across)
     check(capped(tmp_path, cap), area)
+
+
+@pytest.mark.parametrize("join", [LineJoin.MITER, LineJoin.MITER_CLIPPED])
+@pytest.mark.parametrize("turned", [False, True])
+def test_sharp_corners_reach_far_beyond_their_points(tmp_path: Path, join: LineJoin, turned: bool) -> None:
+    """A corner of 14 degrees ends four widths of the line beyond its point."""
+    def draw(graphics: Any) -> None:
+        if turned:
+            graphics.translate_transform(float(WIDTH), 0.0)
+            graphics.scale_transform(-1.0, 1.0)
+        graphics.draw_lines(pen(10.0, line_join=join, miter_limit=9.0),
+                            [PointF(-40, 38), PointF(60, 50), PointF(-40, 62)])
+
+    found = drawn(tmp_path, draw)[:, ::-1 if turned else 1]
+    # The outer sides are five pixels from the lines, and meet there.
+    slope = 12 / 100
+    tip = 60 + 5 * np.hypot(1, slope) / slope
+    assert 101 < tip < 103
+    check(found, lambda x, y: (abs(y - 50) <= (tip - x) * slope)
+          & ((abs(y - 50) >= (60 - x) * slope - 5 * np.hypot(1, slope))))
