@@ -75,6 +75,23 @@ def test_values_of_every_type_as_text(syntax: str, kind: str, values: dict[str, 
     assert f"(0009,1001) {kind} (private): {text}" in lines
 
 
+def test_names_and_types_of_elements_that_a_file_has_no_types_for() -> None:
+    """Those of the standard, for the elements that are known; of several types the first, or that of words."""
+    in_use = {line[1:10] for line in lines_of(picture(GRAY, syntax=IMPLICIT))}
+    floating = (0x7FE00008, 0x7FE00009)  # no picture that can be read has them
+    others = [tag for tag in pydicom.datadict.DicomDictionary if 0x00080000 <= tag < 0x7FE00010 and tag not in floating
+              and f"{tag >> 16:04X},{tag & 0xFFFF:04X}" not in in_use]
+    lines = lines_of(picture(GRAY, syntax=IMPLICIT, more=[(tag, "UN", b"") for tag in others]))
+    known = {int(line[1:5] + line[6:10], 16): line[12:].split(":")[0] for line in lines if "(unknown)" not in line}
+    expected = {}
+    for tag in known:
+        kind, _, name, _, _ = pydicom.datadict.DicomDictionary[tag]
+        expected[tag] = ("OW" if kind.endswith("OW") else kind[:2]) + " " + name
+    assert known == expected
+    assert len(lines) > 4500 and len(known) == 182
+    assert all(line.split(") ", 1)[1].startswith("(unknown):") for line in lines if "(unknown)" in line)
+
+
 @pytest.mark.parametrize(("value", "text"), [
     ("Müller".encode(), "Müller"), ("Müller".encode("latin-1"), "Müller"), ("\U0001F600 字".encode(), "\U0001F600 字"),
     (b"a\x01b\x7fc\x1f", "a b c "), (b" a b \0", "a b"), (b"\xc2\x80", "\x80"), (b"\xc1\xbf", "\xc1\xbf"),

@@ -1,11 +1,10 @@
-// The structure of DICOM files, the range of samples, palettes in segments, and places of frames.
+// The range of samples of DICOM files, palettes in segments, and places of frames.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "runtime/native/formats/dicom/dicom_codec.h"
-#include "runtime/native/formats/dicom/dicom_elements.h"
 #include "runtime/native/formats/dicom/dicom_palette.h"
 #include "runtime/native/formats/dicom/dicom_writer.h"
 #include "runtime/native/formats/dicom/frame_places.h"
@@ -17,63 +16,6 @@ namespace zelmor::imagework {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-Bytes bytes_of(const std::string& text) {
-    return {text.begin(), text.end()};
-}
-
-// An element with a type, in little endian.
-std::string element(uint16_t group, uint16_t number, const std::string& type, const std::string& value) {
-    const auto word = [](size_t of) {
-        return std::string{static_cast<char>(of & 0xFF), static_cast<char>(of >> 8 & 0xFF)};
-    };
-    const std::string head = word(group) + word(number) + type;
-    return has_long_length(static_cast<DicomType>(type[0] << 8 | type[1]))
-               ? head + word(0) + word(value.size()) + word(value.size() >> 16) + value
-               : head + word(value.size()) + value;
-}
-
-TEST(DicomWalkTest, GoesIntoSequencesAndTellsTheirDepth) {
-    const std::string inner = element(0x0008, 0x0100, "SH", "AB");
-    const std::string item = std::string("\xFE\xFF\x00\xE0", 4) + std::string("\x0A\0\0\0", 4) + inner;
-    const Bytes file = bytes_of(element(0x0008, 0x1140, "SQ", item) + element(0x0010, 0x0010, "PN", "A^B "));
-    DicomWalk walk(ByteReader(file), 0, {});
-    const auto sequence = walk.next();
-    const auto name = walk.next();
-    const auto outer = walk.next();
-    ASSERT_TRUE(sequence && name && outer);
-    EXPECT_EQ(sequence->tag, 0x00081140U);
-    EXPECT_EQ(sequence->depth, 0);
-    EXPECT_EQ(name->tag, 0x00080100U);
-    EXPECT_EQ(name->depth, 1);
-    EXPECT_EQ(outer->tag, 0x00100010U);
-    EXPECT_EQ(outer->depth, 0);
-    EXPECT_EQ(dicom_text(ByteReader(file), *outer), "A^B");
-    EXPECT_FALSE(walk.next());
-}
-
-TEST(DicomWalkTest, EndsAtWhatIsNoElement) {
-    for (const std::string& wrong : {std::string("\x10\0\x10\0p1\0\0", 8), std::string("\xFE\xFF\x00\xE0\0\0\0\0", 8),
-                                     std::string("\x10\0\x10", 3)}) {
-        const Bytes file = bytes_of(wrong);
-        DicomWalk walk(ByteReader(file), 0, {});
-        EXPECT_FALSE(walk.next()) << wrong;
-    }
-}
-
-TEST(DicomElementTest, NumbersInTexts) {
-    const Bytes file = bytes_of(element(0x0028, 0x1050, "DS", "40\\ +2.5\\x\\-1e3 "));
-    const ByteReader in(file);
-    DicomWalk walk(in, 0, {});
-    const auto found = walk.next();
-    ASSERT_TRUE(found);
-    EXPECT_EQ(dicom_number(in, *found, 0), 40.0);
-    EXPECT_EQ(dicom_number(in, *found, 1), 2.5);
-    EXPECT_EQ(dicom_number(in, *found, 2), std::nullopt);
-    EXPECT_EQ(dicom_number(in, *found, 3), -1000.0);
-    EXPECT_EQ(dicom_number(in, *found, 4), std::nullopt);
-    EXPECT_EQ(dicom_count(in, *found, 3), 0U);
-}
 
 TEST(SampleRangeTest, EverySampleComesBack) {
     for (const auto& [bits, sample] : {std::pair{1, SampleType::kUint8},

@@ -236,9 +236,9 @@ std::optional<DicomHeader> dicom_file_header(const ByteReader& file) {
     header.data_set_at = kMark + 4;
     DicomWalk walk(file, header.data_set_at, kExplicit);
     const ByteReader in = file.in_order(false);
-    while (in.u16(header.data_set_at) == kOwnGroup && in.ok()) {
+    while (in.u16(header.data_set_at) == kOwnGroup) {
         const auto element = walk.next();
-        if (!element || element->depth > 0) {
+        if (!element) {
             break;
         }
         header.data_set_at = walk.position();
@@ -339,7 +339,7 @@ std::string dicom_obstacle(const DicomHeader& header) {
 
 bool is_sound(const DicomHeader& header) {
     if (!header.color || header.rows < 1 || header.rows > 65535 || header.columns < 1 || header.columns > 65535 ||
-        header.allocated < 1 || header.stored < 1 || header.stored > header.allocated || header.stored > 32 ||
+        header.stored < 1 || header.stored > header.allocated || header.stored > 32 ||
         header.high_bit >= header.allocated || header.high_bit < header.stored - 1 || header.planar > 1) {
         return false;
     }
