@@ -2,6 +2,7 @@
 #include "runtime/native/formats/tiff/page_layout.h"
 
 #include <algorithm>
+#include <cassert>
 #include <string>
 
 #include "runtime/native/formats/tiff/tiff_encoding.h"
@@ -150,13 +151,11 @@ void take_conversions(TiffInput& input, PageLayout& layout) {
 }
 
 void require_sides(const PageLayout& layout) {
-    const std::string text =
-        "the page is " + std::to_string(layout.width) + " by " + std::to_string(layout.height) + " pixels";
-    if (layout.width == 0 || layout.height == 0) {
-        throw PictureError(Failure::kDamaged, text);
-    }
+    assert(layout.width > 0 && layout.height > 0);  // the library opens no page without pixels
     if (layout.width > limits::kSide || layout.height > limits::kSide) {
-        throw PictureError(Failure::kTooLarge, text + ", of which a side has at most " + std::to_string(limits::kSide));
+        throw PictureError(Failure::kTooLarge,
+                           "the page is " + std::to_string(layout.width) + " by " + std::to_string(layout.height) +
+                               " pixels, of which a side has at most " + std::to_string(limits::kSide));
     }
 }
 
@@ -165,9 +164,9 @@ void take_palette(TiffInput& input, const PageLayout& layout, RowsHeader& header
     uint16_t* reds = nullptr;
     uint16_t* greens = nullptr;
     uint16_t* blues = nullptr;
-    if (TIFFGetField(input.get(), TIFFTAG_COLORMAP, &reds, &greens, &blues) != 1) {
-        throw PictureError(Failure::kDamaged, "the page has no palette");
-    }
+    // The library takes a page without one for gray, or refuses it.
+    [[maybe_unused]] const int there = TIFFGetField(input.get(), TIFFTAG_COLORMAP, &reds, &greens, &blues);
+    assert(there == 1);
     const size_t count = size_t{1} << layout.bits;
     bool is_small = true;
     for (size_t i = 0; i < count; i++) {
@@ -197,7 +196,7 @@ std::optional<Resolution> resolution_of(TiffInput& input) {
     const uint16_t unit = input.u16(TIFFTAG_RESOLUTIONUNIT);
     if (TIFFGetField(input.get(), TIFFTAG_XRESOLUTION, &horizontal) != 1 ||
         TIFFGetField(input.get(), TIFFTAG_YRESOLUTION, &vertical) != 1 || !(horizontal > 0) || !(vertical > 0) ||
-        (unit != RESUNIT_INCH && unit != RESUNIT_CENTIMETER)) {
+        unit == RESUNIT_NONE) {  // the library takes no unit beyond centimeters
         return std::nullopt;
     }
     const double scale = unit == RESUNIT_CENTIMETER ? kCentimetersPerInch : 1.0;
