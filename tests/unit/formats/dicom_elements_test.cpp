@@ -160,6 +160,7 @@ TEST(DicomWalkTest, PixelsInPieces) {
     ASSERT_EQ(found.elements.size(), 1U);
     EXPECT_EQ(found.elements[0].length, kDicomUndefined);
     EXPECT_EQ(found.position, 12U);
+    EXPECT_EQ(tags(pixels + behind), "7FE00010 ");
     // Within an item, as a small picture has them, they are passed over.
     EXPECT_EQ(tags(element(0x00880200, "SQ", item(pixels + pieces + end + behind)) + behind),
               "00880200 >7FE00010 >00100010 00100010 ");
@@ -207,10 +208,11 @@ TEST(DicomWalkTest, WhatHasNoPlaceEndsTheWalk) {
 
 TEST(DicomWalkTest, TheDepthOfSequencesIsBounded) {
     // Each sequence and each item is a level, and there are 64.
-    const auto nested = [](int levels) {
+    const auto nested = [](int levels, bool with_last_item = true) {
         std::string file;
         for (int i = 0; i < levels; i++) {
-            file += header(0x00081140, "SQ", kDicomUndefined) + delimiter(0xFFFEE000, kDicomUndefined);
+            file += header(0x00081140, "SQ", kDicomUndefined);
+            file += with_last_item || i + 1 < levels ? delimiter(0xFFFEE000, kDicomUndefined) : "";
         }
         return walked(file + element(0x00080100, "SH", "AB")).elements;
     };
@@ -218,6 +220,7 @@ TEST(DicomWalkTest, TheDepthOfSequencesIsBounded) {
     EXPECT_EQ(nested(32).back().depth, 32);
     EXPECT_EQ(nested(33).size(), 33U);
     EXPECT_EQ(nested(33).back().depth, 32);
+    EXPECT_EQ(nested(33, false).size(), 33U);
 }
 
 TEST(DicomNameTest, ElementsThatNoFileOfAPictureHasToTellOf) {
@@ -310,9 +313,9 @@ TEST(DicomElementTest, NumbersOfEveryTypeInBothOrders) {
 }
 
 TEST(DicomElementTest, NumbersInTexts) {
-    const auto file = bytes_of("40\\ +2.5\\x\\-1e3 \\\\+ 7\\inf\\1e999\\9x\\   ");
+    const auto file = bytes_of("\\40\\ +2.5\\x\\-1e3 \\\\+ 7\\inf\\1e999\\9x\\   ");
     const DicomElement element = element_of(dicom_type("DS"), 0, file.size());
-    const std::vector<std::optional<double>> expected = {40.0, 2.5, {}, -1000.0, {}, 7.0, {}, {}, 9.0, {}, {}};
+    const std::vector<std::optional<double>> expected = {{}, 40.0, 2.5, {}, -1000.0, {}, 7.0, {}, {}, 9.0, {}, {}};
     for (size_t i = 0; i < expected.size(); i++) {
         EXPECT_EQ(dicom_number(ByteReader(file), element, i), expected[i]) << i;
     }

@@ -222,6 +222,7 @@ TEST(DicomDataSetTest, TablesOfAPalette) {
     EXPECT_EQ(data_set(whole).palette[1].entries, 3U);
     EXPECT_EQ(data_set(whole.substr(0, whole.size() - 1)).palette[1].entries, 0U);
     EXPECT_EQ(data_set(words(0x00281102, {3, 0}) + words(0x00281103, {4, 0, 16})).palette[1].entries, 0U);
+    EXPECT_EQ(data_set(element(0x00281102, "OW", "12345") + "6").palette[1].entries, 0U);
     // All nine elements belong to the table of their color.
     for (uint32_t band = 0; band < 3; band++) {
         EXPECT_TRUE(data_set(element(0x00281221 + band, "OW", "ab")).palette[band].segmented);

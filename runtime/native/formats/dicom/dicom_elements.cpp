@@ -80,9 +80,7 @@ std::optional<DicomElement> DicomWalk::next() {
         element.tag = tag;
         element.order = order();
         element.header_at = m_at;
-        for (const Level& level : m_levels) {
-            element.depth += level.kind == Kind::kItem ? 1 : 0;
-        }
+        element.depth = static_cast<int>(m_levels.size() / 2);  // an element lies in an item, each item in a sequence
         if (element.order.explicit_types) {
             const uint8_t letters[] = {in.u8(m_at + 4), in.u8(m_at + 5)};
             element.type = static_cast<DicomType>(letters[0] << 8 | letters[1]);

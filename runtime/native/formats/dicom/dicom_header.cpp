@@ -53,18 +53,17 @@ constexpr DicomSyntax kSyntaxes[] = {
 struct ColorName {
     const char* name;
     DicomColor color;
-    int samples;
 };
 constexpr ColorName kColors[] = {
-    {"MONOCHROME1", DicomColor::kMonochrome1, 1},
-    {"MONOCHROME2", DicomColor::kMonochrome2, 1},
-    {"PALETTE COLOR", DicomColor::kPalette, 1},
-    {"RGB", DicomColor::kRgb, 3},
-    {"YBR_FULL", DicomColor::kYbrFull, 3},
-    {"YBR_FULL_422", DicomColor::kYbrFull422, 3},
-    {"YBR_PARTIAL_422", DicomColor::kYbrPartial422, 3},
-    {"YBR_RCT", DicomColor::kYbrCoded, 3},
-    {"YBR_ICT", DicomColor::kYbrCoded, 3},
+    {"MONOCHROME1", DicomColor::kMonochrome1},
+    {"MONOCHROME2", DicomColor::kMonochrome2},
+    {"PALETTE COLOR", DicomColor::kPalette},
+    {"RGB", DicomColor::kRgb},
+    {"YBR_FULL", DicomColor::kYbrFull},
+    {"YBR_FULL_422", DicomColor::kYbrFull422},
+    {"YBR_PARTIAL_422", DicomColor::kYbrPartial422},
+    {"YBR_RCT", DicomColor::kYbrCoded},
+    {"YBR_ICT", DicomColor::kYbrCoded},
 };
 
 void take_spacing(const ByteReader& file, const DicomElement& element, DicomHeader& header) {
@@ -368,7 +367,6 @@ PixelForm dicom_form(const DicomHeader& header) {
     if (*header.color == DicomColor::kPalette) {
         if (header.stored <= 8) {
             form.color = ColorModel::kIndexed;
-            form.bits = 8;
             return form;
         }
         const bool deep = std::any_of(header.palette.begin(), header.palette.end(),

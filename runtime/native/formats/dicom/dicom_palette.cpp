@@ -8,7 +8,6 @@
 namespace zelmor::imagework {
 namespace {
 
-constexpr size_t kMostEntries = 65536;
 constexpr uint32_t kMostBytes = 1U << 20;
 
 // Segments: runs of values, straight lines between two values, and segments that are used again.
@@ -66,7 +65,7 @@ class Segments {
 
 std::vector<uint16_t> dicom_table(const ByteReader& file, const DicomLookup& lookup) {
     const ByteReader in = file.in_order(lookup.data.order.big_endian);
-    const size_t wanted = std::min<size_t>(lookup.entries, kMostEntries);
+    const size_t wanted = lookup.entries;
     const uint32_t length = lookup.data.length == kDicomUndefined ? 0 : std::min(lookup.data.length, kMostBytes);
     std::vector<uint16_t> values;
     // Bytes stand two in a word, or one in each.

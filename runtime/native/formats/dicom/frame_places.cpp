@@ -64,9 +64,8 @@ std::optional<std::vector<uint64_t>> offsets_of(const ByteReader& in, const Dico
 
 // Whether a JPEG or a JPEG 2000 codestream begins there.
 bool begins_codestream(const ByteReader& in, const DicomPiece& piece) {
-    const ByteReader bytes = in.in_order(true);
-    const uint16_t mark = bytes.u16(piece.at);
-    return piece.size >= 2 && bytes.ok() && (mark == 0xFFD8 || mark == 0xFF4F);
+    const uint16_t mark = in.in_order(true).u16(piece.at);
+    return mark == 0xFFD8 || mark == 0xFF4F;
 }
 
 }  // namespace

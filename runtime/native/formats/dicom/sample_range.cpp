@@ -17,7 +17,7 @@ constexpr uint64_t top_of() {
 SampleRange::SampleRange(int bits, const PixelForm& form)
     : m_top(static_cast<uint32_t>((uint64_t{1} << bits) - 1)), m_size(sample_size(form.sample)) {
     assert(bits >= 1 && bits <= 32 && m_size <= 4);
-    m_as_it_is = form.color == ColorModel::kIndexed || bits == static_cast<int>(8 * m_size);
+    m_as_it_is = bits == static_cast<int>(8 * m_size);
     if (form.sample == SampleType::kInt8 || form.sample == SampleType::kInt16 || form.sample == SampleType::kInt32) {
         m_sign = uint32_t{1} << (8 * m_size - 1);
     }

@@ -32,7 +32,7 @@ class SampleRange {
     uint32_t m_top = 255;
     size_t m_size = 1;        // bytes of a sample of the picture
     uint32_t m_sign = 0;      // the bit that the picture's signed samples have turned
-    bool m_as_it_is = false;  // indices, and samples that have the whole range already
+    bool m_as_it_is = false;  // samples that have the whole range already
 };
 
 }  // namespace zelmor::imagework
