@@ -162,6 +162,75 @@ def test_no_thumbnail_is_made_of_a_damaged_extension(body: bytes) -> None:
     assert bodies(saved(image, JpegOptions()), 0xE0, b"JFXX\0") == [body]
 
 
+@pytest.mark.parametrize(("size", "fits"), [
+    ((255, 85), True), ((1, 255), True), ((212, 103), True), ((256, 1), False), ((1, 256), False), ((240, 91), False),
+    ((255, 86), False)])
+def test_sizes_of_thumbnails(size: tuple[int, int], fits: bool) -> None:
+    """A side has a byte, and three bytes for each pixel have to fit into the segment."""
+    image = loaded(jfif_file(), JpegImage)
+    if fits:
+        image.jfif.thumbnail = loaded(encoded("PNG", picture(size)))
+        written = bodies(saved(image, JpegOptions()), 0xE0, b"JFIF\0")[0]
+        assert written[7:] == bytes(size) + picture(size).tobytes()
+        return
+    with managed_error("ArgumentException", "The thumbnail of a JFIF header has at most 255 by 255 and 21839 pixels in "
+                       f"all; this one has {size[0]} by {size[1]}."):
+        image.jfif.thumbnail = loaded(encoded("PNG", picture(size)))
+
+
+def shown(image: Any) -> list[int]:
+    return [color & 0xFFFFFFFF for color in image.load_argb_32_pixels(image.bounds)]
+
+
+@pytest.mark.parametrize(("thumbnail", "size"), [
+    (bytes([3, 1]) + bytes(range(9)), (3, 1)), (bytes([1, 3]) + bytes(range(12)), (1, 3)),
+    (bytes([3, 1]) + bytes(range(8)), None), (bytes([0, 3]) + bytes(9), None), (bytes([3, 0]) + bytes(9), None)])
+def test_bytes_of_thumbnails(thumbnail: bytes, size: tuple[int, int] | None) -> None:
+    """More bytes than the sides tell of are nothing of it; fewer are none."""
+    found = loaded(jfif_file(1, 72, 72, 2, thumbnail), JpegImage).jfif.thumbnail
+    if size is None:
+        assert found is None
+        return
+    assert (found.width, found.height, found.bits_per_pixel) == (*size, 24)
+    assert shown(found) == [0xFF000102, 0xFF030405, 0xFF060708]
+
+
+def test_colors_of_thumbnails_of_the_extension() -> None:
+    colors = bytes(range(10, 16))
+    palette = bytes((i * 7 + band) % 256 for i in range(256) for band in range(3))
+    for body in (b"\x13\x02\x01" + colors, b"\x13\x02\x01" + colors + b"more"):
+        image = loaded(jfif_file(1, 72, 72, 2, b"\0\0", segment(0xE0, b"JFXX\0" + body)), JpegImage)
+        assert shown(image.jfif.thumbnail) == [0xFF0A0B0C, 0xFF0D0E0F]
+    for body in (b"\x11\x02\x01" + palette + b"\xff\x01", b"\x11\x02\x01" + palette + b"\xff\x01more"):
+        image = loaded(jfif_file(1, 72, 72, 2, b"\0\0", segment(0xE0, b"JFXX\0" + body)), JpegImage)
+        assert shown(image.jfif.thumbnail) == [0xFF000000 | int.from_bytes(palette[3 * i:3 * i + 3], "big")
+                                               for i in (255, 1)]
+
+
+@pytest.mark.parametrize(("units", "found"), [(0, JfifDensityUnits.NO_UNITS), (1, JfifDensityUnits.PIXELS_PER_INCH),
+                                              (2, JfifDensityUnits.PIXELS_PER_CM), (3, JfifDensityUnits.PIXELS_PER_CM),
+                                              (255, JfifDensityUnits.PIXELS_PER_CM)])
+def test_units_of_the_header(units: int, found: JfifDensityUnits) -> None:
+    image = loaded(jfif_file(units, 0x1234, 0x0506, 3), JpegImage)
+    assert (image.jfif.density_units, image.jfif.version) == (found, 0x0103)
+    assert (image.jfif.x_density, image.jfif.y_density) == (0x1234, 0x0506)
+
+
+def test_new_headers_say_one_dot() -> None:
+    new = JFIFData()
+    assert (new.version, new.density_units, new.x_density, new.y_density, new.thumbnail) == (
+        0x0102, JfifDensityUnits.NO_UNITS, 1, 1, None)
+
+
+@pytest.mark.parametrize(("units", "dots", "densities"), [
+    (1, (0.3, 70000.0), (1, 65535)), (1, (95.5, 95.4), (96, 95)), (2, (1.0, 200000.0), (1, 65535)),
+    (2, (254.0, 3.81), (100, 2)), (0, (300.0, 150.0), (300, 150))])
+def test_densities_are_whole_numbers(units: int, dots: tuple[float, float], densities: tuple[int, int]) -> None:
+    image = loaded(jfif_file(units, 11, 12), JpegImage)
+    image.set_resolution(*dots)
+    assert header(saved(image, JpegOptions()))[2:] == (max(units, 1), *densities)
+
+
 def test_a_file_without_the_header_gets_none_of_it() -> None:
     image = loaded(encoded("PNG"))
     options = JpegOptions()
