@@ -257,6 +257,20 @@ def test_a_value_that_its_type_has_no_room_for(length: int, kind: str, tmp_path:
     assert element(0x00204000, kind, text + b" " * (length % 2)) in (tmp_path / "a.dcm").read_bytes()
 
 
+@pytest.mark.parametrize(("kind", "filler"), [("OB", b"\0"), ("UN", b"\0"), ("UI", b"\0"), ("LO", b" "), ("DS", b" ")])
+def test_values_of_an_odd_length_are_filled_up(kind: str, filler: bytes, tmp_path: Path) -> None:
+    """Files may have such, though the standard knows none."""
+    tag = 0x00291010
+    data = picture(GRAY, more=[(tag, kind, b"1234")])
+    head = element(tag, kind, b"1234")[:-4]
+    assert data.count(head + b"1234") == 1
+    odd = head.replace(b"\x04\0", b"\x03\0")
+    image = DicomImage._cast_to(Image.load(io.BytesIO(data.replace(head + b"1234", odd + b"123")))).value
+    image.crop(Rectangle(0, 0, 5, 4))
+    image.save(str(tmp_path / "a.dcm"))
+    assert head + b"123" + filler in (tmp_path / "a.dcm").read_bytes()
+
+
 @pytest.mark.parametrize("count", [1, 2, 3, 127, 128, 129, 130, 255, 256, 257])
 @pytest.mark.parametrize("before", [0, 1, 2])
 def test_runs_of_any_length(count: int, before: int, tmp_path: Path) -> None:
