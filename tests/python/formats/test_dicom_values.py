@@ -145,6 +145,15 @@ def test_frames_without_compression_are_copied(array: Pixels, photometric: str, 
     assert file.PhotometricInterpretation == photometric
 
 
+def test_a_copy_is_of_the_kind_of_its_file() -> None:
+    kind = "1.2.840.10008.5.1.4.1.1.2"
+    image = opened(picture(np.stack([GRAY + i for i in range(3)]), frames=3, more=[(0x00080016, "UI", kind.encode())]))
+    image.remove_page(2)
+    file = written(image)
+    assert file.SOPClassUID == file.file_meta.MediaStorageSOPClassUID == kind
+    assert file.SOPInstanceUID == file.file_meta.MediaStorageSOPInstanceUID != "1.2.3.4.5"
+
+
 def test_frames_of_bits_and_of_the_other_order_are_written_anew() -> None:
     frames = np.stack([X + Y + i & 1 for i in range(3)]).astype(np.uint8)
     bits = np.packbits(frames.ravel(), bitorder="little").tobytes()

@@ -105,6 +105,79 @@ def test_a_picture_of_more_colors_than_fit_keeps_its_hole() -> None:
     assert np.array_equal(frame[..., 3] == 0, many[..., 3] == 0)
 
 
+@pytest.mark.parametrize("indexed", [False, True])
+def test_pixels_of_half_their_opacity_and_more_are_seen(indexed: bool) -> None:
+    """A GIF knows opaque and clear pixels only."""
+    alphas = np.arange(256, dtype=np.uint8).reshape(16, 16)
+    file = io.BytesIO()
+    if indexed:
+        picture = Pillow.fromarray(alphas, "P")
+        picture.putpalette([7, 8, 9] * 256)
+        picture.save(file, "PNG", transparency=bytes(range(256)))
+    else:
+        Pillow.fromarray(np.dstack([np.full((16, 16, 3), (7, 8, 9), np.uint8), alphas])).save(file, "PNG")
+    frame, = frames_of(RasterImage._cast_to(Image.load(io.BytesIO(file.getvalue()))).value, GifOptions())
+    assert np.array_equal(frame[..., 3], np.where(alphas >= 128, 255, 0))
+    assert (frame[alphas >= 128][:, :3] == (7, 8, 9)).all()
+
+
+#: The pixels of a second frame that differ from the first, by row and column, and the part that is written of it.
+CHANGES: list[tuple[list[tuple[int, int]], tuple[int, int, int, int]]] = [
+    ([], (0, 0, 1, 1)), ([(0, 0)], (0, 0, 1, 1)), ([(8, 11)], (11, 8, 1, 1)), ([(0, 11)], (11, 0, 1, 1)),
+    ([(8, 0)], (0, 8, 1, 1)), ([(4, 5), (4, 6)], (5, 4, 2, 1)), ([(4, 5), (5, 5)], (5, 4, 1, 2)),
+    ([(2, 9), (6, 3)], (3, 2, 7, 5)), ([(2, 3), (6, 9), (4, 1)], (1, 2, 9, 5)), ([(0, 0), (8, 11)], (0, 0, 12, 9))]
+
+
+def animated(*pages: Pixels) -> bytes:
+    """Pages that are all as large as the picture, as an animation with the options of the format."""
+    file, out = io.BytesIO(), io.BytesIO()
+    pictures = [Pillow.fromarray(page) for page in pages]
+    pictures[0].save(file, "TIFF", save_all=True, append_images=pictures[1:])
+    Image.load(io.BytesIO(file.getvalue())).save(out, GifOptions())
+    return out.getvalue()
+
+
+@pytest.mark.parametrize(("changed", "area"), CHANGES)
+def test_of_a_frame_that_part_is_written_which_changes(changed: list[tuple[int, int]],
+                                                       area: tuple[int, int, int, int]) -> None:
+    first = plain((10, 20, 30))
+    first[::2, ::3] = (200, 100, 50)
+    second = first.copy()
+    for row, column in changed:
+        second[row, column] = (1, 2, 3)
+    gif = from_bytes(animated(first, second, first))
+    assert (gif.width, gif.height) == (WIDTH, HEIGHT)
+    places = [(frame.left, frame.top, frame.indices.shape[1], frame.indices.shape[0]) for frame in gif.frames]
+    assert places == [(0, 0, WIDTH, HEIGHT), area, area]
+    assert [frame.disposal for frame in gif.frames] == [0, 1, 1]
+    assert [np.array_equal(found[..., :3], wanted) for found, wanted in zip(shown(gif), (first, second, first))] == [
+        True, True, True]
+
+
+def test_a_frame_whose_pixels_become_clear_is_taken_away_as_a_whole() -> None:
+    whole, hole = opaque(plain((200, 0, 0))), with_hole((200, 0, 0))
+    other = hole.copy()
+    other[0, 0] = (0, 0, 0, 0)
+    gif = from_bytes(animated(whole, hole, hole, other, whole))
+    assert [frame.disposal for frame in gif.frames] == [2, 0, 2, 1, 1]
+    places = [(frame.left, frame.top, frame.indices.shape[1], frame.indices.shape[0]) for frame in gif.frames]
+    # The frame after one that is taken away has all of its own pixels; others what is new.
+    assert places == [(0, 0, 12, 9), (0, 0, 12, 9), (0, 0, 12, 9), (0, 0, 12, 9), (0, 0, 8, 6)]
+    for found, wanted in zip(shown(gif), (whole, hole, hole, other, whole)):
+        assert np.array_equal(found, np.where(wanted[..., 3:] > 0, wanted, 0))
+
+
+def test_durations_become_hundredths_of_a_second() -> None:
+    """The nearest, and as many as two bytes hold."""
+    durations = {1: 0, 4: 0, 5: 1, 14: 1, 15: 2, 1000: 100, 655_344: 65534, 655_345: 65535, 655_355: 65535,
+                 16_000_000: 65535}
+    pages = [Pillow.fromarray(plain((i * 20, 5, 9))) for i in range(len(durations))]
+    file, out = io.BytesIO(), io.BytesIO()
+    pages[0].save(file, "WEBP", save_all=True, append_images=pages[1:], duration=list(durations), lossless=True)
+    Image.load(io.BytesIO(file.getvalue())).save(out, GifOptions())
+    assert [frame.delay for frame in from_bytes(out.getvalue()).frames] == list(durations.values())
+
+
 def test_blocks_of_other_images_are_no_blocks_of_this_one() -> None:
     image = GifImage(GifFrameBlock(raster(plain((1, 2, 3)))))
     other = GifCommentBlock("text")
