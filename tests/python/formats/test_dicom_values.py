@@ -5,6 +5,7 @@ from __future__ import annotations
 import io
 import itertools
 import struct
+import subprocess
 from pathlib import Path
 from typing import Any
 
@@ -310,6 +311,21 @@ def test_frames_that_contradict_their_header(array: Pixels, syntax: str, frame: 
     data = encapsulated(array, syntax, frame, photometric="RGB" if array.ndim == 3 else "MONOCHROME2")
     with managed_error("ImageLoadException", text):
         shown(opened(data))
+
+
+@pytest.mark.parametrize(("marker", "how"), [(0xC0, []), (0xC1, ["-quality", "5"]), (0xC2, ["-progressive"]),
+                                             (0xC9, ["-arithmetic"]), (0xCA, ["-arithmetic", "-progressive"])])
+def test_every_coding_of_jpeg_that_is_read(marker: int, how: list[str], tmp_path: Path) -> None:
+    """Beside the decoder of another program."""
+    for array, name in ((GRAY, "a.pgm"), (COLOR, "a.ppm")):
+        Pillow.fromarray(array).save(tmp_path / name)
+        made = subprocess.run(["cjpeg", *how, str(tmp_path / name)], capture_output=True, check=True, timeout=60)
+        assert bytes([0xFF, marker, 0]) in made.stdout
+        read = subprocess.run(["djpeg", "-pnm"], input=made.stdout, capture_output=True, check=True, timeout=60)
+        expected = np.asarray(Pillow.open(io.BytesIO(read.stdout)).convert("RGB")).astype(int)
+        data = encapsulated(array, BASELINE, made.stdout,
+                            photometric="YBR_FULL_422" if array.ndim == 3 else "MONOCHROME2")
+        assert np.abs(shown(opened(data)) - expected).max() <= 1
 
 
 @pytest.mark.parametrize("marker", [0xC5, 0xC6, 0xC7, 0xCB, 0xCD, 0xCE, 0xCF])
