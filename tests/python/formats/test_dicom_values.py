@@ -15,7 +15,9 @@ import pytest
 from PIL import Image as Pillow
 from PIL import ImageCms
 from zelmor.imaging import Image, ResizeType
-from zelmor.imaging.fileformats.dicom import DicomImage
+from zelmor.imaging.fileformats.dicom import ColorType, CompressionType, DicomImage
+from zelmor.imaging.fileformats.jpeg import JpegCompressionMode
+from zelmor.imaging.fileformats.jpeg2000 import Jpeg2000Codec
 from zelmor.imaging.imageoptions import DicomOptions, PngOptions
 
 from support.arrays import Pixels
@@ -311,6 +313,46 @@ def test_frames_that_contradict_their_header(array: Pixels, syntax: str, frame: 
     data = encapsulated(array, syntax, frame, photometric="RGB" if array.ndim == 3 else "MONOCHROME2")
     with managed_error("ImageLoadException", text):
         shown(opened(data))
+
+
+JPEG_OF = "1.2.840.10008.1.2.4."
+
+
+@pytest.mark.parametrize(("syntax", "kind", "lossless"), [
+    (EXPLICIT, CompressionType.NONE, None), (BIG_ENDIAN, CompressionType.NONE, None),
+    (JPEG_OF + "50", CompressionType.JPEG, False), (JPEG_OF + "57", CompressionType.JPEG, True),
+    (JPEG_OF + "70", CompressionType.JPEG, True), (JPEG_OF + "90", CompressionType.JPEG2000, None),
+    (JPEG_OF + "91", CompressionType.JPEG2000, None), (JPEG_OF + "51", CompressionType.RLE, None),
+    (JPEG_OF + "80", CompressionType.RLE, None), ("1.2.840.10008.1.2.5", CompressionType.RLE, None)])
+def test_options_that_write_the_file_again(syntax: str, kind: CompressionType, lossless: bool | None) -> None:
+    """Without a loss where the coding is one that is not written."""
+    if syntax in (EXPLICIT, BIG_ENDIAN):
+        data = picture(GRAY, syntax=syntax)
+    else:
+        runs = struct.pack("<II56x", 1, 64) + bytes([GRAY.size - 1]) + GRAY.tobytes()
+        data = encapsulated(GRAY, syntax, runs if syntax.endswith(".2.5") else jpeg(GRAY))
+    options = DicomOptions._cast_to(opened(data).get_original_options()).value
+    assert options.color_type == ColorType.GRAYSCALE_8_BIT
+    compression = options.compression
+    assert compression.type == kind
+    assert (compression.jpeg is None, compression.jpeg2000 is None) == (kind != CompressionType.JPEG,
+                                                                        kind != CompressionType.JPEG2000)
+    if lossless is not None:
+        assert compression.jpeg.quality == 90
+        assert (compression.jpeg.compression_type == JpegCompressionMode.LOSSLESS) == lossless
+    if kind == CompressionType.JPEG2000:
+        assert compression.jpeg2000.codec == Jpeg2000Codec.J2K
+
+
+@pytest.mark.parametrize(("array", "photometric", "stored", "more", "found"), [
+    (GRAY, "MONOCHROME1", 8, [], ColorType.GRAYSCALE_8_BIT), (GRAY, "MONOCHROME2", 1, [], ColorType.GRAYSCALE_8_BIT),
+    (DEEP, "MONOCHROME2", 8, [], ColorType.GRAYSCALE_8_BIT), (DEEP, "MONOCHROME2", 9, [], ColorType.GRAYSCALE_16_BIT),
+    (COLOR, "RGB", 8, [], ColorType.RGB_24_BIT),
+    (GRAY % 4, "PALETTE COLOR", 8, palette_elements(np.zeros((4, 3), int)), ColorType.RGB_24_BIT)])
+def test_colors_that_options_of_a_file_name(array: Pixels, photometric: str, stored: int, more: Any,
+                                            found: ColorType) -> None:
+    image = opened(picture(array, photometric, stored, more=more))
+    assert DicomOptions._cast_to(image.get_original_options()).value.color_type == found
 
 
 @pytest.mark.parametrize(("marker", "how"), [(0xC0, []), (0xC1, ["-quality", "5"]), (0xC2, ["-progressive"]),
