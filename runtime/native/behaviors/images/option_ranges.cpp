@@ -46,11 +46,6 @@ constexpr Range kRanges[] = {
     {PngOptions::property_CompressionLevel, 0, 9},
     {TiffOptions::property_CompressedQuality, 1, 100},
     {TiffOptions::property_DefaultMemoryAllocationLimit, 0, kMost},
-    {TiffOptions::property_RowsPerStrip, 0, kMost},
-    {TiffOptions::property_TileWidth, 0, kMost},
-    {TiffOptions::property_TileLength, 0, kMost},
-    {TiffOptions::property_ImageWidth, 0, kMost},
-    {TiffOptions::property_ImageLength, 0, kMost},
     {WebPOptions::property_AnimLoopCount, 0, 65535},
 
     {JFIFData::property_Version, 0, 65535},

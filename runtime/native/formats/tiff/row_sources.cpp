@@ -311,7 +311,6 @@ class ConvertedRows final : public RowSource {
                 return TIFFRGBAImageGet(&m_image, m_raster.data(), layout.width, static_cast<uint32_t>(rows)) == 1;
             });
         } catch (const PictureError&) {
-            m_count = 0;
             m_lost = y + static_cast<uint32_t>(rows);
             throw;
         }

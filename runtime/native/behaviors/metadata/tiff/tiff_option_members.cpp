@@ -4,7 +4,9 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.Enums.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
+#include "runtime/native/behaviors/images/option_checks.h"
 #include "runtime/native/behaviors/metadata/exif/exif_data.h"
+#include "runtime/native/behaviors/metadata/tiff/rationals.h"
 #include "runtime/native/behaviors/metadata/tiff/tag_lists.h"
 #include "runtime/native/behaviors/metadata/tiff/tag_values.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_option_properties.h"
@@ -148,18 +150,18 @@ Ref<ManagedObject> of_tags(const VariantArg* tags) {
     return made;
 }
 
-// These properties show the values of the tag objects, which may have been changed since.
+// A tag object may have been changed since its property was looked at, and shows at once what is set here.
 std::optional<std::u16string> get_text(const TiffOptionProperty& row, TiffOptionsObject& self) {
-    self.synchronize();
+    self.synchronize_known(row);
     return text_of_tag(property(self, row.property.name));
 }
 void set_text(const TiffOptionProperty& row, TiffOptionsObject& self, const std::optional<std::u16string>& value) {
-    set_property(self, row.property.name, given_text(value));
+    self.set(row, given_text(value));
 }
 // An array that is made here is stored in the property: the next call returns the same object.
 Collection get_array(const TiffOptionProperty& row, TiffOptionsObject& self) {
     const char* name = row.property.name;
-    self.synchronize();
+    self.synchronize_known(row);
     const Value shown = Ref<ManagedObject>(array_of_tag(property(self, name), element_of(self.type(), name)));
     set_property(self, name, shown);
     return {shown};
@@ -168,14 +170,34 @@ Collection get_array(const TiffOptionProperty& row, TiffOptionsObject& self) {
 void set_array(const TiffOptionProperty& row, TiffOptionsObject& self, const VariantArg* value) {
     const Value read = Ref<ManagedObject>(read_list(value, element_of(self.type(), row.property.name)));
     make_tag(row.type, row.id(), read);
-    set_property(self, row.property.name, read);
+    self.set(row, read);
 }
 Ref<ManagedObject> get_rational(const TiffOptionProperty& row, TiffOptionsObject& self) {
-    self.synchronize();
+    self.synchronize_known(row);
     return property_object(self, row.property.name);
 }
+void set_rational(const TiffOptionProperty& row, TiffOptionsObject& self, RationalObject* value) {
+    self.set(row, Ref<ManagedObject>(value));
+}
+template <class Number>
+Number get_number(const TiffOptionProperty& row, TiffOptionsObject& self) {
+    self.synchronize_known(row);
+    return static_cast<Number>(property_int(self, row.property.name));
+}
+template <class Number>
+void set_number(const TiffOptionProperty& row, TiffOptionsObject& self, Number value) {
+    self.set(row, int64_t{value});
+}
 
-// Numbers have no behaviors here: they are stored properties.
+void set_count(const TiffOptionProperty& row, TiffOptionsObject& self, int32_t value) {
+    if (value < 0) {
+        throw_out_of_range(row.property.name, "The value " + std::to_string(value) + " of " +
+                                                  member_name(self, row.property.name) +
+                                                  " is not between 0 and 2147483647.");
+    }
+    self.set(row, int64_t{value});
+}
+
 std::vector<BehaviorRow> property_behaviors() {
     std::vector<BehaviorRow> behaviors;
     for (const TiffOptionProperty& row : tiff_option_properties()) {
@@ -188,9 +210,16 @@ std::vector<BehaviorRow> property_behaviors() {
                 behaviors.push_back(row_property<&get_array, &set_array>(row.property, row));
                 break;
             case OptionKind::kRational:
-                behaviors.push_back(row_property<&get_rational>(row.property, row));
+                behaviors.push_back(row_property<&get_rational, &set_rational>(row.property, row));
                 break;
             case OptionKind::kInteger:
+                behaviors.push_back(row_property<&get_number<int32_t>, &set_count>(row.property, row));
+                break;
+            case OptionKind::kChoice:
+                row.type == TiffType::kShort
+                    ? behaviors.push_back(row_property<&get_number<uint16_t>, &set_number<uint16_t>>(row.property, row))
+                    : behaviors.push_back(
+                          row_property<&get_number<uint32_t>, &set_number<uint32_t>>(row.property, row));
                 break;
         }
     }

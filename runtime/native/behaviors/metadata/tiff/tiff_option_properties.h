@@ -12,7 +12,8 @@ namespace zelmor::embed {
 enum class TiffOptionKind : uint8_t {
     kText,
     kArray,     // of the element that the property has in the catalogue
-    kInteger,   // a number or an enumeration
+    kInteger,   // a number
+    kChoice,    // an enumeration, of as many bytes as its tag
     kRational,  // one fraction
     kWideText,  // text in UTF-16, as an array of bytes
 };

@@ -47,7 +47,8 @@ Value tag_value_of(const TiffOptionProperty& property, const Value& value) {
 Value property_value_of(const TiffOptionProperty& property, const TagObject& tag) {
     const auto values = tag.values();
     switch (property.kind) {
-        case TagKind::kInteger: {
+        case TagKind::kInteger:
+        case TagKind::kChoice: {
             const auto number = tag_integer(tag);
             if (!number) {
                 throw_invalid_value_cast(tag.value(), "System.Int32");
@@ -164,6 +165,22 @@ void TiffOptionsObject::synchronize() {
             synchronize(option);
         }
     }
+}
+
+void TiffOptionsObject::synchronize_known(const TiffOptionProperty& option) {
+    if (m_known.count(option.id()) != 0) {
+        synchronize(option);
+    }
+}
+
+void TiffOptionsObject::set(const TiffOptionProperty& option, Value value) {
+    synchronize_known(option);
+    if (const auto found = m_known.find(option.id()); found != m_known.end()) {
+        const Ref<ManagedObject> trial = found->second.tag->copy();
+        cast_object<TagObject>(*trial).assign(tag_value_of(option, value));
+    }
+    set_property(*this, option.property.name, std::move(value));
+    synchronize_known(option);
 }
 
 std::vector<Ref<TagObject>> TiffOptionsObject::tags() {

@@ -27,8 +27,11 @@ class TiffOptionsObject final : public Record {
     Ref<TagObject> find(uint16_t id);
     void put(Ref<TagObject> tag);
     bool remove(uint16_t id);
-    // Brings properties and tag objects in step.
+    // Brings properties and tag objects in step: all, or one property with its tag, if there is an object of it.
     void synchronize();
+    void synchronize_known(const TiffOptionProperty& property);
+    // Sets a property, and its tag object if there is one. A value that the tag refuses changes neither.
+    void set(const TiffOptionProperty& property, Value value);
 
     // The array that was handed out last.
     Ref<ManagedList> shown;
