@@ -1,5 +1,7 @@
-"""Each property of TiffOptions and the tag that it is, by the numbers and the field types of TIFF 6.0: what is set at one
-is there at the other."""
+"""Each property of TiffOptions and the tag that it is, by the numbers and the field types of TIFF 6.0.
+
+What is set at one is there at the other.
+"""
 
 from __future__ import annotations
 
@@ -18,10 +20,11 @@ BYTE, ASCII, SHORT, LONG, RATIONAL = 1, 2, 3, 4, 5
 #: Properties with one number: the tag, its field type, two values, and the value of new options.
 NUMBERS: dict[str, tuple[int, int, int, int, int]] = {
     "sub_file_type": (254, LONG, 1, 2, 0), "image_width": (256, LONG, 70000, 3, 0),
-    "image_length": (257, LONG, 80000, 4, 0), "compression": (259, SHORT, 8, 1, 5), "photometric": (262, SHORT, 1, 0, 2),
-    "threshholding": (263, SHORT, 2, 3, 1), "fill_order": (266, SHORT, 2, 2, 1), "orientation": (274, SHORT, 6, 8, 1),
-    "rows_per_strip": (278, LONG, 100000, 7, 64), "planar_configuration": (284, SHORT, 2, 2, 1),
-    "fax_t4_options": (292, LONG, 4, 1, 0), "resolution_unit": (296, SHORT, 3, 1, 2), "predictor": (317, SHORT, 2, 2, 1),
+    "image_length": (257, LONG, 80000, 4, 0), "compression": (259, SHORT, 8, 1, 5),
+    "photometric": (262, SHORT, 1, 0, 2), "threshholding": (263, SHORT, 2, 3, 1), "fill_order": (266, SHORT, 2, 2, 1),
+    "orientation": (274, SHORT, 6, 8, 1), "rows_per_strip": (278, LONG, 100000, 7, 64),
+    "planar_configuration": (284, SHORT, 2, 2, 1), "fax_t4_options": (292, LONG, 4, 1, 0),
+    "resolution_unit": (296, SHORT, 3, 1, 2), "predictor": (317, SHORT, 2, 2, 1),
     "tile_width": (322, LONG, 16, 70000, 0), "tile_length": (323, LONG, 32, 70000, 0)}
 TEXTS = {"document_name": 269, "image_description": 270, "scanner_manufacturer": 271, "scanner_model": 272,
          "page_name": 285, "software_type": 305, "date_time": 306, "artist": 315, "ink_names": 333,
