@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <map>
 #include <random>
 #include <set>
 #include <string>
@@ -75,6 +76,163 @@ TEST(PaletteTest, ManyColorsAreBroughtDown) {
     }
     EXPECT_EQ(failure_of([&] { noise(5, 4, false)->close_palette(0, false); }).kind(), Failure::kArgument);
     EXPECT_EQ(failure_of([&] { noise(5, 4, false)->close_palette(257, false); }).kind(), Failure::kArgument);
+}
+
+// The quantizer makes 2, 4, 16 or 256 colors. Of more than are asked for, the later one of the two nearest goes.
+TEST(PaletteTest, ColorsTooManyJoinTheirNearest) {
+    const auto picture = noise(50, 40, false);
+    const std::pair<int, std::vector<int>> kWanted[] = {
+        {2, {1, 2}}, {4, {3, 4}}, {16, {5, 15, 16}}, {256, {17, 100, 254, 255, 256}}};
+    for (const auto& [made, wanted] : kWanted) {
+        std::vector<Argb> left = picture->close_palette(made, false);
+        ASSERT_EQ(left.size(), static_cast<size_t>(made));
+        for (auto most = wanted.rbegin(); most != wanted.rend(); ++most) {
+            while (left.size() > static_cast<size_t>(*most)) {
+                std::pair<uint32_t, size_t> nearest{0xFFFFFFFF, 0};
+                for (size_t later = 0; later < left.size(); later++) {
+                    for (size_t i = 0; i < later; i++) {
+                        nearest = std::min(nearest, {color_distance(left[i], left[later]), later});
+                    }
+                }
+                left.erase(left.begin() + static_cast<std::ptrdiff_t>(nearest.second));
+            }
+            EXPECT_EQ(picture->close_palette(*most, false), left) << *most;
+        }
+    }
+}
+
+TEST(PaletteTest, GroupsOfColorsHaveAnEntryEach) {
+    const std::vector<Argb> centers = {0x40E02060, 0xC01080D0, 0x90507010, 0xFFF0F0A0};
+    std::vector<Argb> pixels;
+    for (Argb i = 0; i < 400; i++) {  // colors around each center, two levels away at most
+        const Argb around = (i / 4 % 5) << 16 | (i / 20 % 5) << 8 | (i / 100 % 5);
+        pixels.push_back(centers[i % 4] - 0x020202 + around);
+    }
+    const auto picture = picture_of(20, 20, true, pixels);
+    for (const bool keep_alpha : {false, true}) {
+        std::vector<Argb> found = picture->close_palette(4, keep_alpha);
+        ASSERT_EQ(found.size(), 4U);
+        for (const Argb center : centers) {
+            const Argb wanted = keep_alpha ? center : center | 0xFF000000;
+            EXPECT_TRUE(std::any_of(found.begin(), found.end(),
+                                    [&](Argb color) {
+                                        return std::all_of(
+                                            std::begin({24, 16, 8, 0}), std::end({24, 16, 8, 0}), [&](int shift) {
+                                                return std::abs(static_cast<int>(color >> shift & 255) -
+                                                                static_cast<int>(wanted >> shift & 255)) <= 4;
+                                            });
+                                    }))
+                << std::hex << wanted;
+        }
+    }
+}
+
+// What stands for a large picture: colors that agree in their upper bits are one, and of each there are as many pixels
+// of the mean as there are of all, divided by the same number and rounded up.
+std::vector<Argb> condensed(const std::vector<Argb>& pixels, bool alpha) {
+    constexpr size_t kWanted = size_t{1} << 18;
+    const size_t unit = (pixels.size() + kWanted - 1) / kWanted;
+    std::map<std::array<Argb, 4>, std::vector<Argb>> groups;  // by alpha, red, green and blue
+    for (const Argb pixel : pixels) {
+        const Argb seen = pixel >> 24 == 0 ? 0 : pixel;
+        const Argb red = seen >> 16 & 255, green = seen >> 8 & 255, blue = seen & 255;
+        groups[alpha ? std::array{seen >> 28, red >> 3, green >> 3, blue >> 4}
+                     : std::array{Argb{0}, red >> 2, green >> 2, blue >> 2}]
+            .push_back(seen);
+    }
+    std::vector<Argb> result;
+    for (const auto& [key, colors] : groups) {
+        Argb mean = 0;
+        for (const int shift : {24, 16, 8, 0}) {
+            double sum = 0;
+            for (const Argb color : colors) {
+                sum += color >> shift & 255;
+            }
+            mean |= static_cast<Argb>(std::lround(sum / static_cast<double>(colors.size()))) << shift;
+        }
+        result.insert(result.end(), (colors.size() + unit - 1) / unit, mean);
+    }
+    return result;
+}
+
+TEST(PaletteTest, ALargePictureIsLookedAtByGroupsOfItsColors) {
+    // 2 to the 18th pixels are not large yet.
+    constexpr std::pair<bool, int> kPictures[] = {{false, 512}, {false, 513}, {true, 513}};
+    for (const auto& [alpha, height] : kPictures) {
+        std::mt19937 random(7);
+        std::vector<Argb> pixels;
+        for (int y = 0; y < height; y++) {
+            for (int x = 0; x < 512; x++) {
+                const auto some = static_cast<Argb>(random());
+                const auto red = static_cast<Argb>(x / 3), green = static_cast<Argb>(y / 4);
+                const Argb level = some % 7 == 0 ? 0 : 0x50 + (some & 0x1F);
+                pixels.push_back((alpha ? level : 0xFF) << 24 | red << 16 | green << 8 | (some >> 8 & 0x17));
+            }
+        }
+        pixels[5] = 0xFF10FFFF;  // no color is too rare
+        const std::vector<Argb> few = condensed(pixels, alpha);
+        ASSERT_LE(few.size(), size_t{1} << 18);
+        const auto row = picture_of(static_cast<int32_t>(few.size()), 1, alpha, few);
+        const std::vector<Argb> found = picture_of(512, height, alpha, pixels)->close_palette(16, alpha);
+        EXPECT_EQ(found == row->close_palette(16, alpha), height == 513) << alpha;
+    }
+}
+
+TEST(PaletteTest, TheMostFrequentColorsInTheOrderOfTheirNumbers) {
+    for (const bool alpha : {false, true}) {
+        std::vector<Argb> pixels = pixels_of(*noise(60, 50, alpha));
+        std::map<Argb, int> counts;
+        for (Argb& pixel : pixels) {
+            pixel &= 0xFF030107;
+            counts[pixel | 0xFF000000]--;  // alpha does not count
+        }
+        std::vector<std::pair<int, Argb>> order;
+        for (const auto& [color, count] : counts) {
+            order.emplace_back(count, color);
+        }
+        std::sort(order.begin(), order.end());
+        ASSERT_EQ(order.size(), 64U);
+        const auto picture = picture_of(60, 50, alpha, pixels);
+        for (const int most : {1, 2, 63, 64, 65, 256}) {
+            std::vector<Argb> expected;
+            for (size_t i = 0; i < std::min<size_t>(order.size(), static_cast<size_t>(most)); i++) {
+                expected.push_back(order[i].second);
+            }
+            EXPECT_EQ(picture->frequent_palette(most), expected) << most;
+        }
+    }
+    for (const int most : {-1, 0, 257}) {
+        const auto picture = noise(5, 4, false);
+        const std::string reason = "a palette has 1 to 256 colors, not " + std::to_string(most);
+        EXPECT_EQ(failure_of([&] { (void)picture->frequent_palette(most); }).what(), reason);
+        EXPECT_EQ(failure_of([&] { (void)picture->close_palette(most, true); }).what(), reason);
+    }
+}
+
+TEST(PaletteTest, WhetherAPaletteHasAllColors) {
+    const auto with_alpha = picture_of(3, 1, true, {0x00123456, 0x80FF0000, 0xFF0000FF});
+    EXPECT_TRUE(with_alpha->has_only(std::vector<Argb>{0xFF0000FF, 0x80FF0000, 0x00FFFFFF}));  // clear is clear
+    EXPECT_FALSE(with_alpha->has_only(std::vector<Argb>{0xFF0000FF, 0x81FF0000, 0x00FFFFFF}));
+    EXPECT_FALSE(with_alpha->has_only(std::vector<Argb>{0xFF0000FF, 0x80FF0000, 0x01FFFFFF}));
+    EXPECT_FALSE(with_alpha->has_only(std::vector<Argb>{0xFF0000FE, 0x80FF0000, 0x00FFFFFF}));
+    EXPECT_FALSE(with_alpha->has_only({}));
+    const auto opaque = picture_of(2, 1, false, {0xFF123456, 0xFF0000FF});
+    EXPECT_TRUE(opaque->has_only(std::vector<Argb>{0x00123456, 0x800000FF, 0xFFFFFFFF}));  // it has no alpha
+    EXPECT_FALSE(opaque->has_only(std::vector<Argb>{0x00123457, 0x800000FF, 0xFFFFFFFF}));
+}
+
+TEST(PaletteTest, IndicesOfThePicturesOwnPaletteAreKept) {
+    const std::vector<Argb> own = {0xFF000000, 0xFFFF0000, 0xFF000000, 0xFFFF0000};
+    const std::vector<uint8_t> places = {3, 2, 1, 0, 2, 2};
+    auto picture = picture_of(3, 2, false, std::vector<Argb>(6, 0xFF00FF00));
+    picture->paint(places, own);
+    EXPECT_EQ(pixels_of(*picture), (std::vector<Argb>{own[1], own[0], own[1], own[0], own[0], own[0]}));
+    for (const bool diffuse : {false, true}) {
+        EXPECT_EQ(picture->indices(own, diffuse), places);
+        EXPECT_EQ(picture->indices(std::span(own).first(3), diffuse), (std::vector<uint8_t>{1, 0, 1, 0, 0, 0}));
+        EXPECT_EQ(picture->indices(std::vector<Argb>{0xFFFF0000, 0xFF000000, 0xFF000000, 0xFFFF0000}, diffuse),
+                  (std::vector<uint8_t>{0, 1, 0, 1, 1, 1}));
+    }
 }
 
 TEST(PaletteTest, EachPixelGetsItsNearestColor) {
