@@ -202,7 +202,10 @@ def test_the_last_surrounding_color_goes_for_the_corners_behind_it(tmp_path: Pat
 
 def test_without_surrounding_colors_they_are_white(tmp_path: Path) -> None:
     way, side, second = inward(OUTLINE.mean(0))
-    check_path(path_brush([]), shaded(way, side, second, np.full((5, 4), 255)), way, tmp_path)
+    brush = path_brush([])
+    check_path(brush, shaded(way, side, second, np.full((5, 4), 255)), way, tmp_path)
+    brush.center_color = Color.white
+    assert (painted(brush, tmp_path)[way > 0.01] == 255).all()
 
 
 @pytest.mark.parametrize(("positions", "factors"), [*BLENDS, ([0.2, 0.5, 0.9], [0.1, 0.8, 0.3])])
