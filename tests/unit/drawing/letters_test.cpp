@@ -7,6 +7,7 @@
 
 #include "runtime/native/behaviors/drawing/outlines.h"
 #include "runtime/native/drawwork/canvas.h"
+#include "runtime/native/drawwork/outline_maps.h"
 
 namespace zelmor::drawwork {
 namespace {
@@ -100,6 +101,99 @@ TEST(LettersTest, ExactLettersAreTheirOutlines) {
                 EXPECT_LT(difference(found, expected), (0.02 + 2.2 / size) * all_of(expected))
                     << degrees << ' ' << size;
                 EXPECT_NEAR(all_of(found), all_of(expected), 0.015 * all_of(expected)) << degrees << ' ' << size;
+            }
+        }
+    }
+}
+
+double greatest_difference(const Ink& a, const Ink& b) {
+    double most = 0;
+    for (size_t i = 0; i < a.size(); ++i) {
+        most = std::max(most, std::abs(a[i] - b[i]));
+    }
+    return most;
+}
+
+// The map that a letter at `origin` is drawn by: it is moved to the nearest quarter of a pixel; across the lines of
+// level and upright text to the nearest whole one.
+Affine in_steps(const Affine& placing, PointD origin, bool fine_x, bool fine_y) {
+    const PointD at = placing.apply(origin);
+    const PointD to{fine_x ? std::round(4 * at.x) / 4 : std::round(at.x),
+                    fine_y ? std::round(4 * at.y) / 4 : std::round(at.y)};
+    return placing.then(Affine::translation(to.x - at.x, to.y - at.y));
+}
+
+TEST(LettersTest, ALetterIsItsOutlineAtTheNearestStep) {
+    for (const double degrees : {0.0, 90.0, 180.0, 270.0, 30.0, 200.0}) {
+        const bool level = std::fmod(degrees, 180) == 0, upright = std::fmod(degrees, 180) == 90;
+        const TextLayout layout = exact_layout("g", degrees == 30 ? 13 : 47);
+        const PointD origin{0, letters_backend().measure(layout).baseline};
+        for (const double fraction : {-0.94, -0.6, -0.3, 0.11, 0.2, 0.49}) {
+            const Affine placing =
+                Affine::rotation(degrees).then(Affine::translation(120 + fraction, 130.3 * fraction));
+            const Ink found = text_ink(layout, placing);
+            const Ink expected = outline_ink(layout, in_steps(placing, origin, !upright, !level));
+            // Curves are followed to a part of a pixel; a whole step makes edges differ by 64.
+            EXPECT_LE(greatest_difference(found, expected), 10) << degrees << ' ' << fraction;
+        }
+    }
+}
+
+// Whatever they cover together: a pixel is no more than black.
+TEST(LettersTest, LettersOfALineAddUp) {
+    for (const double degrees : {0.0, 90.0, 30.0}) {
+        for (const double spacing : {-27.0, -1.5}) {
+            TextLayout letter = exact_layout("H", 40), word = exact_layout("HHHH", 40);
+            letter.letter_spacing = word.letter_spacing = spacing;
+            // Half the spacing stands before a letter and half behind it.
+            const double advance =
+                (letters_backend().measure(word).width - letters_backend().measure(letter).width) / 3;
+            const Affine placing = Affine::rotation(degrees).then(Affine::translation(90.2, 30.3));
+            Ink expected(kSide * kSide, 0);
+            for (int i = 0; i < 4; ++i) {
+                const Ink one = text_ink(letter, Affine::translation(i * advance, 0).then(placing));
+                for (size_t at = 0; at < one.size(); ++at) {
+                    expected[at] = std::min(255.0, expected[at] + one[at]);
+                }
+            }
+            EXPECT_LE(greatest_difference(text_ink(word, placing), expected), 2) << degrees << ' ' << spacing;
+        }
+    }
+}
+
+// A line is as thick as the font says, rounded to whole pixels, one at least, about the same middle; at its ends, and
+// where text is not level or upright, it is where it is.
+TEST(LettersTest, LinesAreFittedAcross) {
+    for (const bool strikeout : {false, true}) {
+        for (const double size : {8.0, 30.0, 52.0}) {
+            TextLayout plain = exact_layout("oco", size), lined = plain;
+            (strikeout ? lined.strikeout : lined.underline) = true;
+            Outline line = letters_backend().outline_of(lined);
+            std::erase_if(line, [](const Contour& contour) {
+                return std::any_of(contour.segments.begin(), contour.segments.end(),
+                                   [](const Segment& s) { return s.curved; });
+            });
+            ASSERT_EQ(line.size(), 1U);
+            const RectD across = rectangle_around(line);
+            line = rectangle_outline({0, across.y, letters_backend().measure(lined).width, across.height});
+            for (const double degrees : {0.0, 90.0, 180.0, 270.0, 30.0}) {
+                const Affine placing = Affine::rotation(degrees).then(Affine::translation(130.3, 130.45));
+                Outline fitted = embed::transformed(line, placing);
+                if (degrees != 30) {
+                    RectD r = rectangle_around(fitted);
+                    double& from = degrees == 0 || degrees == 180 ? r.y : r.x;
+                    double& thick = degrees == 0 || degrees == 180 ? r.height : r.width;
+                    const double middle = from + thick / 2;
+                    thick = std::max(1.0, std::round(thick));
+                    from = std::round(middle - thick / 2);
+                    fitted = rectangle_outline(r);
+                }
+                const Ink expected = inked([&](Canvas& canvas) {
+                    canvas.fill(fitted, FillRule::kWinding, black(), true);
+                    canvas.text(plain, placing, black());
+                });
+                EXPECT_LE(greatest_difference(text_ink(lined, placing), expected), degrees == 30 ? 10 : 2)
+                    << strikeout << ' ' << size << ' ' << degrees;
             }
         }
     }
