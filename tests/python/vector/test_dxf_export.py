@@ -158,6 +158,7 @@ def test_the_nearest_weight_of_a_line(weight: int) -> None:
     middle = (weight + below) / 2
     assert weight_of(weight) == weight_of(middle + 0.2) == weight
     assert weight_of(middle - 0.2) == below
+    assert weight_of(37.7) == 40  # the last: wider lines are drawn as such
 
 
 def test_thin_curves_are_splines() -> None:

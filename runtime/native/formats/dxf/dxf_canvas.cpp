@@ -73,29 +73,26 @@ std::string plain_text(const std::string& text) {
 
 // The nearest of the colors that have a number; readers that know no others show it.
 int color_number(Argb color) {
-    constexpr std::array<Argb, 9> kColors{0x000000, 0xFF0000, 0xFFFF00, 0x00FF00, 0x00FFFF,
+    constexpr std::array<Argb, 8> kColors{0xFF0000, 0xFFFF00, 0x00FF00, 0x00FFFF,
                                           0x0000FF, 0xFF00FF, 0xFFFFFF, 0x808080};
-    int best = 7, least = INT32_MAX;
-    for (int number = 1; number < static_cast<int>(kColors.size()); ++number) {
-        int distance = 0;
-        for (int shift = 0; shift < 24; shift += 8) {
-            const int gap = static_cast<int>(color >> shift & 255) -
-                            static_cast<int>(kColors[static_cast<size_t>(number)] >> shift & 255);
-            distance += gap * gap;
+    const auto distance = [color](Argb other) {
+        int sum = 0;
+        for (const int shift : {0, 8, 16}) {
+            const int gap = static_cast<int>(color >> shift & 255) - static_cast<int>(other >> shift & 255);
+            sum += gap * gap;
         }
-        if (distance < least) {
-            least = distance;
-            best = number;
-        }
-    }
+        return sum;
+    };
+    const auto* const nearest =
+        std::min_element(kColors.begin(), kColors.end(), [&](Argb a, Argb b) { return distance(a) < distance(b); });
     // Number 7 is black on a white page and white on a black one.
-    return (color & 0xFFFFFF) == 0 ? 7 : best;
+    return (color & 0xFFFFFF) == 0 ? 7 : static_cast<int>(nearest - kColors.begin()) + 1;
 }
 
-// The nearest of the line weights that there are, in hundredths of a millimeter.
+// The nearest of the line weights that there are for thin lines, in hundredths of a millimeter.
 int line_weight(double pixels) {
-    constexpr std::array kWeights{0,  5,  9,  13, 15, 18,  20,  25,  30,  35,  40,  50,
-                                  53, 60, 70, 80, 90, 100, 106, 120, 140, 158, 200, 211};
+    assert(pixels <= kThin);
+    constexpr std::array kWeights{0, 5, 9, 13, 15, 18, 20, 25, 30, 35, 40};
     const double wanted = pixels * 2540 / 96;
     return *std::min_element(kWeights.begin(), kWeights.end(),
                              [&](int a, int b) { return std::abs(a - wanted) < std::abs(b - wanted); });
