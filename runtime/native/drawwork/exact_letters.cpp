@@ -52,14 +52,14 @@ Letter drawn_letter(cairo_scaled_font_t* font, unsigned long index, double right
     const cairo_glyph_t glyph{index, 0, 0};
     cairo_glyph_path(finding.get(), &glyph, 1);
     cairo_identity_matrix(finding.get());
-    double from_x = 0, from_y = 0, to_x = 0, to_y = 0;
+    double from_x, from_y, to_x, to_y;
     cairo_path_extents(finding.get(), &from_x, &from_y, &to_x, &to_y);
     Letter letter;
     letter.left = static_cast<int>(std::floor(from_x));
     letter.top = static_cast<int>(std::floor(from_y));
     letter.width = static_cast<int>(std::ceil(to_x)) - letter.left;
     letter.height = static_cast<int>(std::ceil(to_y)) - letter.top;
-    if (letter.width <= 0 || letter.height <= 0) {
+    if (letter.width == 0) {
         return {};
     }
     const Path path(cairo_copy_path(finding.get()));
@@ -75,6 +75,7 @@ Letter drawn_letter(cairo_scaled_font_t* font, unsigned long index, double right
 
 // The pictures of one font in one size. It is kept as long as they are: its address is what they are found by.
 struct LettersOfFont {
+    explicit LettersOfFont(cairo_scaled_font_t* its_font) : font(cairo_scaled_font_reference(its_font)) {}
     ScaledFont font;
     std::unordered_map<uint64_t, Letter> letters;
 };
@@ -84,10 +85,7 @@ class LetterStore {
  public:
     // `right` and `down` are steps of a pixel. The letter lives until room() is called.
     const Letter& letter(cairo_scaled_font_t* font, unsigned long index, int right, int down) {
-        LettersOfFont& fonts = m_fonts[font];
-        if (fonts.font == nullptr) {
-            fonts.font.reset(cairo_scaled_font_reference(font));
-        }
+        LettersOfFont& fonts = m_fonts.try_emplace(font, font).first->second;
         const uint64_t key = (uint64_t(index) * kSteps + uint64_t(right)) * kSteps + uint64_t(down);
         auto found = fonts.letters.find(key);
         if (found == fonts.letters.end()) {
@@ -125,7 +123,7 @@ bool has_outlines(PangoFont* font) {
         return false;
     }
     FcPattern* pattern = pango_fc_font_get_pattern(PANGO_FC_FONT(font));
-    FcBool scalable = FcFalse, colored = FcFalse;
+    FcBool scalable, colored;
     return FcPatternGetBool(pattern, FC_SCALABLE, 0, &scalable) == FcResultMatch && scalable != FcFalse &&
            !(FcPatternGetBool(pattern, FC_COLOR, 0, &colored) == FcResultMatch && colored != FcFalse);
 }
@@ -324,7 +322,6 @@ bool show_exact_letters(cairo_t* context, PangoLayout* layout) {
     cairo_new_path(context);
     if (std::any_of(laid.pieces.begin(), laid.pieces.end(),
                     [&](const Piece& piece) { return size_of(piece.font.get(), map) > kMostSize; })) {
-        cairo_move_to(context, 0, 0);
         pango_cairo_layout_path(context, layout);
         cairo_fill(context);
         return true;
