@@ -201,7 +201,7 @@ void VipsPicture::to_standard_colors() {
 }
 
 VImage VipsPicture::colors() const {
-    if ((m_form.color == ColorModel::kGray || m_form.color == ColorModel::kRgb)) {
+    if (m_form.color == ColorModel::kGray || m_form.color == ColorModel::kRgb) {
         return image();
     }
     VipsPicture converted(*this, Shared{});
@@ -254,7 +254,7 @@ void VipsPicture::change_model(ColorModel model) {
     form.bits = std::max(8, form.bits);
     const auto plain = [](ColorModel color) { return color == ColorModel::kGray || color == ColorModel::kRgb; };
     const bool own_numbers = plain(m_form.color) && plain(model);
-    if (m_form.color != ColorModel::kGray && model == ColorModel::kGray && !own_numbers) {
+    if (model == ColorModel::kGray && !own_numbers) {
         change_model(ColorModel::kRgb);
         return change_model(model);
     }
