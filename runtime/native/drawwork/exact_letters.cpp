@@ -92,7 +92,7 @@ class LetterStore {
             found = fonts.letters.emplace(key, drawn_letter(font, index, double(right) / kSteps, double(down) / kSteps))
                         .first;
             const Letter& made = found->second;
-            m_bytes += sizeof(Letter) + static_cast<size_t>(made.width + 4) * static_cast<size_t>(made.height);
+            m_bytes += sizeof(Letter) + static_cast<size_t>(made.width) * static_cast<size_t>(made.height);
         }
         return found->second;
     }

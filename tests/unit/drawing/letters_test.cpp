@@ -191,6 +191,7 @@ TEST(LettersTest, LinesAndMarksStandWhereTheirOutlinesDo) {
         const Ink found = text_ink(layout, placing), expected = outline_ink(layout, placing);
         EXPECT_GT(all_of(expected), 255 * 200) << text;
         EXPECT_LT(difference(found, expected), 0.1 * all_of(expected)) << text;
+        EXPECT_LT(greatest_difference(found, expected), 100) << text;
     }
 }
 
