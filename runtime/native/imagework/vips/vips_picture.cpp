@@ -280,11 +280,12 @@ namespace {
 
 // Whether a gray form of few bits has the level of a gray color.
 bool has_level(int bits, Argb color) {
-    return bits >= 8 || (color & 0xFF) % (255U / ((1U << bits) - 1)) == 0;
+    assert(bits < 8);
+    return (color & 0xFF) % (255U / ((1U << bits) - 1)) == 0;
 }
 bool has_level(int bits, uint64_t color) {
     const auto level = static_cast<uint32_t>(color & 0xFFFF);
-    return bits >= 8 || (level % 257 == 0 && has_level(bits, Argb{level / 257}));
+    return level % 257 == 0 && has_level(bits, Argb{level / 257});
 }
 bool is_gray_word(Argb color) {
     return is_gray_color(color);
