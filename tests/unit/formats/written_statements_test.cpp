@@ -482,6 +482,8 @@ TEST(ScriptStatementsTest, PensAreProperties) {
             stroke.dash_offset = 1;
         },
         "c.lineWidth=6;\n" + limit + "c.setLineDash([8,4]);\nc.lineDashOffset=2;\n");
+    expect([](Stroke& stroke) { stroke.nib = {1.0 / 3, 0, 0, 4, 0, 0}; }, width + limit,
+           "c.transform(0.33333333,0,0,4,0,0);\nc.beginPath();\nc.moveTo(30,2.5);\nc.lineTo(120,2.5);\n");
     expect([](Stroke& stroke) { stroke.nib = {2, 0, 0, 4, 70, 80}; }, width + limit,
            "c.transform(2,0,0,4,0,0);\nc.beginPath();\nc.moveTo(5,2.5);\nc.lineTo(20,2.5);\n");
     Stroke flat;
@@ -505,6 +507,9 @@ TEST(ScriptStatementsTest, Areas) {
     EXPECT_EQ(script([](Canvas& canvas) { canvas.clear(0x80FF0000); }),
               "c.clearRect(0,0,100,50);\nc.fillStyle=\"rgba(255,0,0,0.502)\";\nc.fillRect(0,0,100,50);\n");
     EXPECT_EQ(script([](Canvas& canvas) { canvas.fill({}, FillRule::kWinding, solid(kInk), true); }), "");
+    EXPECT_TRUE(
+        holds(script([](Canvas& canvas) { canvas.fill(kBox, FillRule::kWinding, solid(0x80102030, 0.5), true); }),
+              "c.fillStyle=\"rgba(16,32,48,0.251)\";\n"));
 }
 
 TEST(ScriptStatementsTest, Gradients) {
@@ -558,6 +563,105 @@ TEST(ScriptStatementsTest, Gradients) {
     EXPECT_TRUE(holds(of(fine), "p=c.createLinearGradient(10,20,40,20);\n"));
     fine.to = {10.149, 20};
     EXPECT_TRUE(holds(of(fine), "p=c.createPattern("));
+}
+
+// A gradient that goes on over the area: as many turns as it has from its beginning to the farthest corners.
+TEST(ScriptStatementsTest, TurnsOfGradients) {
+    const auto of = [](PointD from, PointD to, Extend extend) {
+        Paint paint = linear(extend);
+        paint.from = from;
+        paint.to = to;
+        return script([&](Canvas& canvas) { canvas.fill(kBox, FillRule::kWinding, paint, true); });
+    };
+    struct Turns {
+        PointD from, to;
+        int first, count;
+        const char* line;
+    };
+    const Turns kCases[] = {{{20, 20}, {30, 25}, -2, 4, "0,10,40,30"},
+                            {{50, 20}, {60, 20}, -4, 5, "10,20,60,20"},
+                            {{0, 20}, {5, 20}, 0, 8, "0,20,40,20"},
+                            {{25, 40}, {25, 36}, 0, 8, "25,40,25,8"}};
+    for (const Turns& turns : kCases) {
+        for (const Extend extend : {Extend::kRepeat, Extend::kReflect}) {
+            std::string expected = std::string("p=c.createLinearGradient(") + turns.line + ");\n";
+            for (int turn = 0; turn < turns.count; ++turn) {
+                const bool back = extend == Extend::kReflect && (turns.first + turn) % 2 != 0;
+                for (const double part : {0.25, 0.75}) {
+                    char text[80];
+                    std::snprintf(text, sizeof text, "p.addColorStop(%.6g,\"rgba(%s)\");\n",
+                                  std::round((turn + part) / turns.count * 1e6) / 1e6,
+                                  (part == 0.25) != back ? "255,0,0,1" : "0,0,255,0.502");
+                    expected += text;
+                }
+            }
+            EXPECT_TRUE(holds(of(turns.from, turns.to, extend), expected)) << turns.line;
+        }
+    }
+    // Those with more turns than 200 on both sides together, or without a direction, are pictures.
+    EXPECT_TRUE(holds(of({25, 20}, {25.1501, 20}, Extend::kRepeat), "p=c.createLinearGradient("));
+    for (const PointD to : {PointD{25.1496, 20}, {25.1, 20}, {25, 20}}) {
+        EXPECT_TRUE(holds(of({25, 20}, to, Extend::kRepeat), "p=c.createPattern(")) << to.x;
+    }
+    EXPECT_TRUE(holds(of({10, 20}, {10.1497, 20}, Extend::kRepeat), "p=c.createPattern("));  // 201
+}
+
+// Whatever a map does to a gradient, each of its colors lies where the map puts it.
+TEST(ScriptStatementsTest, LinesOfOneColorStaySuchUnderAMap) {
+    for (const Affine& map : {Affine{2, 1, -0.5, 3, 7, 9}, {0.6, 0.8, -0.8, 0.6, 1, 2}, {1, 0, 2, 1, 0, 0}}) {
+        Paint paint = linear();
+        paint.to = {20, 26};
+        paint.placing = map;
+        const std::string text = script([&](Canvas& canvas) { canvas.fill(kBox, FillRule::kWinding, paint, true); });
+        const char* call = "p=c.createLinearGradient(";
+        ASSERT_TRUE(holds(text, call));
+        PointD from, to;
+        ASSERT_EQ(std::sscanf(text.c_str() + text.find(call) + std::string(call).size(), "%lf,%lf,%lf,%lf", &from.x,
+                              &from.y, &to.x, &to.y),
+                  4);
+        const auto part_of = [](PointD p, PointD a, PointD b) {
+            const PointD way = b - a, gap = p - a;
+            return (gap.x * way.x + gap.y * way.y) / (way.x * way.x + way.y * way.y);
+        };
+        for (const PointD p : {PointD{0, 0}, {10, 20}, {40, 5}, {-3, 17}}) {
+            EXPECT_NEAR(part_of(map.apply(p), from, to), part_of(p, paint.from, paint.to), 1e-3) << map.m11;
+        }
+    }
+    Paint flat = linear();
+    flat.placing = {1, 1, 0, 0, 0, 0};  // all of it lies on a line
+    EXPECT_TRUE(holds(script([&](Canvas& canvas) { canvas.fill(kBox, FillRule::kWinding, flat, true); }),
+                      "p=c.createLinearGradient(10,10,20,20);\n"));
+}
+
+// Circles stay circles under maps that keep angles, mirroring ones among them; others make ellipses of them.
+TEST(ScriptStatementsTest, WhichMapsKeepCircles) {
+    const auto is_round = [](const Affine& map) {
+        Paint paint = radial();
+        paint.placing = map;
+        return !holds(script([&](Canvas& canvas) { canvas.fill(kBox, FillRule::kWinding, paint, true); }),
+                      "c.transform(");
+    };
+    for (const Affine& map : {Affine{0.8, 0.6, -0.6, 0.8, 5, 5},
+                              {3, 4, 4, -3, 0, 0},
+                              {2, 0, 0, -2, 0, 0},
+                              {-1.5, 0.2, -0.2, -1.5, 0, 0},
+                              {1, 0, 0, 1.0000005, 0, 0},
+                              {1, 1e-10, 0, 1, 0, 0},
+                              {1000, 1e-7, 0, 1000, 0, 0},
+                              {0.001, 1e-14, 0, 0.001, 0, 0}}) {
+        EXPECT_TRUE(is_round(map)) << map.m11 << ' ' << map.m12;
+    }
+    for (const Affine& map : {Affine{2, 0, 0, 4, 0, 0},
+                              {1, 1, 0, 1, 0, 0},
+                              {2, 0, 1, 2, 0, 0},
+                              {3, 4, 4, 3, 0, 0},
+                              {0.8, 0.6, 0.6, 0.8, 0, 0},
+                              {1, 0, 0, 1.000002, 0, 0},
+                              {1, 1e-8, 0, 1, 0, 0},
+                              {1000, 1e-5, 0, 1000, 0, 0},
+                              {0.001, 1e-11, 0, 0.001, 0, 0}}) {
+        EXPECT_FALSE(is_round(map)) << map.m11 << ' ' << map.m12;
+    }
 }
 
 TEST(ScriptStatementsTest, AnEllipticGradientHasASpaceOfItsOwn) {
