@@ -675,6 +675,96 @@ TEST(ScriptStatementsTest, AnEllipticGradientHasASpaceOfItsOwn) {
               "p.addColorStop(0.75,\"rgba(0,0,255,0.502)\");\nc.fillStyle=p;\nc.fill(\"nonzero\");\nc.restore();\n");
 }
 
+TEST(ScriptStatementsTest, OpacityIsThatOfTheColorOrOfAllThatIsDrawn) {
+    const std::string alpha = "c.globalAlpha=0.5;\n";
+    for (const double opacity : {1.0, 0.5}) {
+        Paint colors = linear(), ellipse = radial();
+        colors.opacity = ellipse.opacity = opacity;
+        ellipse.placing = {2, 0, 0, 4, 0, 0};
+        const auto filled = [](const Paint& paint) {
+            return script([&](Canvas& canvas) { canvas.fill(kBox, FillRule::kWinding, paint, true); });
+        };
+        const auto stroked = [](const Paint& paint) {
+            return script([&](Canvas& canvas) { canvas.stroke(kLine, {}, paint, true); });
+        };
+        const bool half = opacity == 0.5;
+        EXPECT_EQ(filled(colors).find("c.save();\n" + alpha), half ? 0 : std::string::npos);
+        EXPECT_EQ(holds(filled(colors), "c.restore();\n"), half);
+        EXPECT_EQ(filled(ellipse).find("c.save();\n" + (half ? alpha : "") + "c.transform(2,0,0,4,0,0);\n"), 0U);
+        EXPECT_TRUE(holds(filled(ellipse), "c.fill(\"nonzero\");\nc.restore();\n"));
+        EXPECT_EQ(holds(stroked(colors), alpha), half);
+        const std::string color = std::string("Style=\"rgba(16,32,48,") + (half ? "0.5" : "1") + ")\";\n";
+        for (const std::string& text : {filled(solid(kInk, opacity)), stroked(solid(kInk, opacity))}) {
+            EXPECT_TRUE(holds(text, color));
+            EXPECT_FALSE(holds(text, "globalAlpha"));
+        }
+        EXPECT_FALSE(holds(filled(solid(kInk, opacity)), "c.save"));
+    }
+    EXPECT_EQ(script([](Canvas& canvas) { canvas.clear(0x00FF0000); }), "c.clearRect(0,0,100,50);\n");
+    EXPECT_TRUE(holds(script([](Canvas& canvas) { canvas.clear(0x01FF0000); }), "c.fillRect(0,0,100,50);\n"));
+}
+
+TEST(ScriptStatementsTest, ClipsStandBeforeWhatTheyCut) {
+    const std::string clip = "c.save();\nc.beginPath();\nc.moveTo(10,10);\n";
+    const std::function<void(Canvas&)> kWays[] = {
+        [](Canvas& canvas) { canvas.fill(kLine, FillRule::kWinding, solid(kInk), true); },
+        [](Canvas& canvas) { canvas.stroke(kLine, {}, solid(kInk), true); },
+        [](Canvas& canvas) { canvas.text(words(), {}, solid(kInk)); },
+        [](Canvas& canvas) { canvas.fill(kBox, FillRule::kWinding, texture(), true); }};
+    for (const auto& draw : kWays) {
+        const std::string alone = script(draw);
+        const std::string cut = script([&](Canvas& canvas) {
+            canvas.clip(kBox, FillRule::kWinding, true);
+            draw(canvas);
+        });
+        EXPECT_EQ(cut.find(clip), 0U);
+        EXPECT_EQ(cut.substr(cut.find("c.clip(\"nonzero\");\n") + 19), alone + "c.restore();\n");
+    }
+    EXPECT_EQ(script(kWays[2]).find("c.save();\n"), 0U);
+}
+
+TEST(ScriptStatementsTest, StopsAndPicturesAreCounted) {
+    Paint paint = linear(Extend::kNone);
+    paint.stops = {{-0.5, 0xFF000001}, {1.5, 0xFF010101}};
+    EXPECT_TRUE(holds(script([&](Canvas& canvas) { canvas.fill(kBox, FillRule::kWinding, paint, true); }),
+                      "p.addColorStop(0,\"rgba(0,0,1,0)\");\np.addColorStop(0,\"rgba(0,0,1,1)\");\n"
+                      "p.addColorStop(1,\"rgba(1,1,1,1)\");\np.addColorStop(1,\"rgba(1,1,1,0)\");\n"));
+    Paint other = texture();
+    other.pixels.assign(6, 0xFF0000FF);
+    const std::string text = script([&](Canvas& canvas) {
+        for (const Paint& each : {texture(), other, texture(), other}) {
+            canvas.fill({rectangle_contour({0, 0, 2, 3})}, FillRule::kWinding, each, true);
+        }
+    });
+    std::string order;
+    for (size_t at = text.find("images["); at != std::string::npos; at = text.find("images[", at + 1)) {
+        order += text[at + 7];
+    }
+    EXPECT_EQ(order, "0101");
+}
+
+// The pen's space is stretched; what it is filled with is not.
+TEST(ScriptStatementsTest, APenThatIsStretchedKeepsItsColors) {
+    Stroke stroke;
+    stroke.nib = {2, 0, 0, 4, 0, 0};
+    EXPECT_TRUE(holds(script([&](Canvas& canvas) { canvas.stroke(kLine, stroke, linear(), true); }),
+                      "p=c.createLinearGradient(5,5,10,5);\n"));
+    // Corners may reach eight pixels beyond the line: from 2 to 48 it repeats, and so in the pen's space from 1 to 24.
+    stroke.miter_limit = 2;
+    const std::string turns =
+        script([&](Canvas& canvas) { canvas.stroke(kLine, stroke, linear(Extend::kRepeat), true); });
+    EXPECT_TRUE(holds(turns, "p=c.createLinearGradient(0,5,25,5);\n")) << turns;
+}
+
+// What a script or a page takes for something else, and what is not ASCII, is there by its number.
+TEST(ScriptStatementsTest, LiteralsOfText) {
+    EXPECT_EQ(script_literal(" !#~az"), "\" !#~az\"");
+    EXPECT_EQ(script_literal("\x01\n\x1F\x7F"), R"("\u0001\u000a\u001f\u007f")");
+    EXPECT_EQ(script_literal("\"\\<&"), R"("\u0022\u005c\u003c\u0026")");
+    EXPECT_EQ(script_literal("\xC3\xA9\xF0\x9F\x98\x80"), R"("\u00e9\ud83d\ude00")");
+    EXPECT_EQ(script_literal(""), R"("")");
+}
+
 TEST(ScriptStatementsTest, Pictures) {
     const auto of = [](const Paint& paint, const Outline& outline = {rectangle_contour({0, 0, 2, 3})}) {
         return script([&](Canvas& canvas) { canvas.fill(outline, FillRule::kAlternate, paint, true); });
@@ -715,6 +805,9 @@ TEST(ScriptStatementsTest, TextHasTheStyleOfItsLayout) {
     EXPECT_EQ(font([](TextLayout& layout) { layout.bold = layout.italic = true; }), "\"italic bold 10" + name);
     EXPECT_EQ(font([](TextLayout& layout) { layout.size = 12.5; }), "\"12.5" + name);
     EXPECT_EQ(font([](TextLayout& layout) { layout.family = "A\"\\,B"; }), "\"10px \\u0022A\\u0022,\\u0022B\\u0022\";");
+    EXPECT_EQ(font([](TextLayout& layout) { layout.family = "One,Two,Six"; }),
+              "\"10px \\u0022One\\u0022,\\u0022Two\\u0022,\\u0022Six\\u0022\";");
+    EXPECT_EQ(font([](TextLayout& layout) { layout.family = ""; }), "\"10px \\u0022\\u0022\";");
     const auto is_text = [&](const std::function<void(TextLayout&)>& change, const Paint& paint = solid(kInk)) {
         return holds(of(change, paint), "c.fillText(");
     };

@@ -51,7 +51,7 @@ const char* operation_literal(Blend blend) {
 // Whether the map keeps angles, up to a reflection.
 bool is_conformal(const Affine& map) {
     const double scale = map.mean_scale();
-    return std::abs(map.m11 * map.m21 + map.m12 * map.m22) < 1e-9 * (scale * scale + 1e-300) &&
+    return std::abs(map.m11 * map.m21 + map.m12 * map.m22) < 1e-9 * scale * scale &&
            std::abs(std::hypot(map.m11, map.m12) - std::hypot(map.m21, map.m22)) < 1e-6 * scale;
 }
 
@@ -65,7 +65,6 @@ void place_linear(Paint& paint) {
     const double part = square > 0 ? (gap.x * along.x + gap.y * along.y) / square : 0;
     paint.from = from;
     paint.to = to - along * part;
-    paint.placing = {};
 }
 
 // The context goes on with the last color around a gradient. One that is repeated there gets as many stops as the area
@@ -104,7 +103,6 @@ bool unroll(Paint& paint, const RectD& reach) {
     paint.from = from + direction * low;
     paint.to = from + direction * high;
     paint.stops = std::move(stops);
-    paint.extend = Extend::kPad;
     return true;
 }
 
@@ -183,7 +181,7 @@ void ScriptCanvas::set_style(const char* style, const Paint& paint, const RectD&
                               : own.kind == Paint::Kind::kRadial && !rolls && own.placing == Affine{};
     if (!has_form) {
         const TextureTile tile =
-            tile_of(own.kind == Paint::Kind::kTexture ? own : texture_of_paint(m_backend, own, reach), reach);
+            tile_of(paint.kind == Paint::Kind::kTexture ? paint : texture_of_paint(m_backend, paint, reach), reach);
         m_script += "p=c.createPattern(images[" + std::to_string(image(tile)) + "]," +
                     (tile.repeats ? "\"repeat\"" : "\"no-repeat\"") + ");\n";
         m_script += "p.setTransform(new DOMMatrix([" + matrix_text(tile.placing) + "]));\n" + assign + "p;\n";
