@@ -49,15 +49,18 @@ std::optional<Attribute> attribute_of(int descriptor, const char* name) {
     return value;
 }
 
-// The names of the extended attributes, those of access control lists among them.
-std::vector<std::string> attributes_of(int descriptor) {
+// The names of the extended attributes, those of access control lists among them; nothing where they cannot be read.
+std::optional<std::vector<std::string>> attributes_of(int descriptor) {
+    std::vector<std::string> names;
     const ssize_t size = ::flistxattr(descriptor, nullptr, 0);
     if (size <= 0) {
-        return {};
+        return size == 0 || errno == ENOTSUP ? std::optional(names) : std::nullopt;
     }
     std::vector<char> list(static_cast<size_t>(size));
     const ssize_t read = ::flistxattr(descriptor, list.data(), list.size());
-    std::vector<std::string> names;
+    if (read < 0) {
+        return std::nullopt;
+    }
     for (ssize_t at = 0; at < read;) {
         names.emplace_back(list.data() + at);
         at += static_cast<ssize_t>(names.back().size()) + 1;
@@ -79,14 +82,19 @@ bool take_over(int old, const struct stat& info, int draft) {
     if (::fchmod(draft, info.st_mode & 01777) != 0) {
         return false;
     }
-    const std::vector<std::string> names = attributes_of(old);
+    const auto names = attributes_of(old);
+    const auto given = attributes_of(draft);
+    if (!names || !given) {
+        return false;
+    }
     // A directory may give its new files an access control list.
-    for (const std::string& name : attributes_of(draft)) {
-        if (std::find(names.begin(), names.end(), name) == names.end() && ::fremovexattr(draft, name.c_str()) != 0) {
+    for (const std::string& name : *given) {
+        if (std::find(names->begin(), names->end(), name) == names->end() &&
+            ::fremovexattr(draft, name.c_str()) != 0) {
             return false;
         }
     }
-    return std::all_of(names.begin(), names.end(), [&](const std::string& name) {
+    return std::all_of(names->begin(), names->end(), [&](const std::string& name) {
         const auto value = attribute_of(old, name.c_str());
         return value && (attribute_of(draft, name.c_str()) == value ||
                          ::fsetxattr(draft, name.c_str(), value->data(), value->size(), 0) == 0);

@@ -55,7 +55,7 @@ std::string link_target_of(const std::string& path) {
             return target;  // no link, or nothing there
         }
         const std::string named(buffer, static_cast<size_t>(length));
-        if (named.empty() || named.front() == '/') {
+        if (named.starts_with('/')) {
             target = named;
         } else {
             target = directory_of(target);
@@ -177,9 +177,6 @@ void require_writable_target(const std::string& given) {
     const std::string directory = directory_of(path);
     if (!is_directory(directory)) {
         throw_file_error(path, ENOENT, "write");
-    }
-    if (path.back() == '/') {
-        throw_file_error(path, EISDIR, "write");
     }
     if (!may_write(directory)) {
         if (errno == EACCES) {
