@@ -89,8 +89,7 @@ bool take_over(int old, const struct stat& info, int draft) {
     }
     // A directory may give its new files an access control list.
     for (const std::string& name : *given) {
-        if (std::find(names->begin(), names->end(), name) == names->end() &&
-            ::fremovexattr(draft, name.c_str()) != 0) {
+        if (std::find(names->begin(), names->end(), name) == names->end() && ::fremovexattr(draft, name.c_str()) != 0) {
             return false;
         }
     }

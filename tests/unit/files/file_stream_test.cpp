@@ -138,12 +138,9 @@ TEST_F(FileStreams, WhatAStreamIsNotForIsRefused) {
     EXPECT_TRUE(test::changes().files.empty());
     const auto writable = opened(FileUse::kReadWrite);
     const std::function<void(ManagedStream&)> uses[] = {
-        [](ManagedStream& each) { each.length(); },
-        [](ManagedStream& each) { each.position(); },
-        [](ManagedStream& each) { each.set_position(0); },
-        [](ManagedStream& each) { each.set_length(0); },
-        [](ManagedStream& each) { each.read_to_end(); },
-        [](ManagedStream& each) { each.write({}); },
+        [](ManagedStream& each) { each.length(); },        [](ManagedStream& each) { each.position(); },
+        [](ManagedStream& each) { each.set_position(0); }, [](ManagedStream& each) { each.set_length(0); },
+        [](ManagedStream& each) { each.read_to_end(); },   [](ManagedStream& each) { each.write({}); },
         [](ManagedStream& each) { each.flush(); },
     };
     writable->close();

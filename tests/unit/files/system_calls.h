@@ -3,8 +3,8 @@
 // Defined in the program of the tests, they stand before those of the C library: in another place than a test's
 // directory, and while no test records, they do what they always do. Extended attributes are kept here, since not
 // every file system has them.
-#ifndef ZELMOR_TESTS_UNIT_RUNTIME_SYSTEM_CALLS_H
-#define ZELMOR_TESTS_UNIT_RUNTIME_SYSTEM_CALLS_H
+#ifndef ZELMOR_TESTS_UNIT_FILES_SYSTEM_CALLS_H
+#define ZELMOR_TESTS_UNIT_FILES_SYSTEM_CALLS_H
 
 #include <sys/types.h>
 
@@ -30,7 +30,7 @@ class SystemCalls {
     // What each has made of its calls; reading and asking is written down only where it fails.
     std::string log() const;
 
-    size_t longest = SIZE_MAX;                 // that is read or written at once
+    size_t longest = SIZE_MAX;                  // that is read or written at once
     std::optional<uid_t> owner_of_drafts = {};  // as the system tells it of new files
     std::map<ino_t, Attributes> attributes = {};
     Attributes attributes_of_new_files = {};
@@ -58,4 +58,4 @@ size_t open_descriptors();
 
 }  // namespace zelmor::embed::test
 
-#endif  // ZELMOR_TESTS_UNIT_RUNTIME_SYSTEM_CALLS_H
+#endif  // ZELMOR_TESTS_UNIT_FILES_SYSTEM_CALLS_H

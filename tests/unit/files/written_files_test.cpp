@@ -109,21 +109,28 @@ TEST_F(WrittenFiles, AFileWithTwoNamesIsWrittenInPlaceBesideABackup) {
         SystemCalls calls(directory());
         EXPECT_EQ(written(text), "new in the same file");
         const std::string size = std::to_string(text.size());
-        EXPECT_EQ(calls.log(), "open foobar rw\n"
-                               "fallocate foobar " + size + " from 0\n"
-                               "16 names looked at\n"
-                               "open . rw nameless\n"
-                               "flock draft\n"
-                               "fchmod draft 600\n"
-                               "write draft 11\n"
-                               "fsync draft\n"
-                               "linkat draft to .zelmor-85944171f73967e8.backup\n"
-                               "open . r directory\n"
-                               "fsync .\n"
-                               "write foobar " + size + "\n"
-                               "ftruncate foobar " + size + "\n"
-                               "fsync foobar\n"
-                               "unlink .zelmor-85944171f73967e8.backup\n");
+        EXPECT_EQ(calls.log(),
+                  "open foobar rw\n"
+                  "fallocate foobar " +
+                      size +
+                      " from 0\n"
+                      "16 names looked at\n"
+                      "open . rw nameless\n"
+                      "flock draft\n"
+                      "fchmod draft 600\n"
+                      "write draft 11\n"
+                      "fsync draft\n"
+                      "linkat draft to .zelmor-85944171f73967e8.backup\n"
+                      "open . r directory\n"
+                      "fsync .\n"
+                      "write foobar " +
+                      size +
+                      "\n"
+                      "ftruncate foobar " +
+                      size +
+                      "\n"
+                      "fsync foobar\n"
+                      "unlink .zelmor-85944171f73967e8.backup\n");
         EXPECT_EQ(content("link"), text);
         EXPECT_EQ(test::changes().files, std::vector{inode("foobar")});
     }
@@ -153,18 +160,22 @@ TEST_F(WrittenFiles, WhatAFileHasBesidesItsContentIsGivenToTheNewOne) {
         const std::string owner = std::to_string(getuid()) + ":" + std::to_string(getgid());
         EXPECT_NE(calls.log().find("flock draft\n"
                                    "open foobar r\n"
-                                   "fchown draft " + owner + "\n"
+                                   "fchown draft " +
+                                   owner +
+                                   "\n"
                                    "fchmod draft 640\n"
                                    "fremovexattr draft user.d\n"
                                    "fsetxattr draft user.b\n"
                                    "fsetxattr draft user.c\n"
                                    "write draft 28\n"),
-                  std::string::npos) << calls.log();
+                  std::string::npos)
+            << calls.log();
     }
     // The calls on a draft that fail; of those that read attributes, the number of the one that does.
     const std::pair<const char*, int> failing[] = {
-        {"fstat", 0}, {"fchown", 0}, {"fchmod", 0}, {"fremovexattr", 0}, {"fsetxattr", 0}, {"fsetxattr", 1},
-        {"fgetxattr", 0}, {"fgetxattr", 1}, {"flistxattr", 0}, {"flistxattr", 1}, {"flistxattr", 2}, {"flistxattr", 3},
+        {"fstat", 0},      {"fchown", 0},     {"fchmod", 0},     {"fremovexattr", 0},
+        {"fsetxattr", 0},  {"fsetxattr", 1},  {"fgetxattr", 0},  {"fgetxattr", 1},
+        {"flistxattr", 0}, {"flistxattr", 1}, {"flistxattr", 2}, {"flistxattr", 3},
     };
     for (const auto& [name, first] : failing) {
         SystemCalls calls(directory());
@@ -272,7 +283,8 @@ TEST_F(WrittenFiles, AfterEachCallThatFailsTheOldFileOrTheNewOneIsThere) {
         SystemCalls calls(directory());
         calls.fail(each.name, each.error, each.first, each.times);
         EXPECT_EQ(written(kNew), each.outcome)
-            << static_cast<int>(each.target) << ' ' << each.name << ' ' << each.first << '\n' << calls.log();
+            << static_cast<int>(each.target) << ' ' << each.name << ' ' << each.first << '\n'
+            << calls.log();
         if (each.target == Target::kLinked && each.outcome != in_place) {
             EXPECT_TRUE(content(kBackup) == "nothing" || content(kBackup) == kOld);
         }
@@ -346,7 +358,8 @@ TEST_F(WrittenFiles, TheBackupStaysWhereTheOldContentIsNotBack) {
         calls.longest = 4;
         calls.fail("write", ENOSPC, 4, 2);  // after three of the backup and one of the file
         EXPECT_EQ(written(kNew), std::string("IOException: Cannot write 'foobar': No space left on device. "
-                                             "new content + ") + kBackup);
+                                             "new content + ") +
+                                     kBackup);
     }
     EXPECT_EQ(content(kBackup), kOld);
     {
@@ -367,10 +380,11 @@ TEST_F(WrittenFiles, AFileThatMayOnlyBeWrittenHasNoBackup) {
     calls.fail("open", EACCES);
     calls.fail("write", ENOSPC);
     EXPECT_EQ(written(kNew), "IOException: Cannot write 'foobar': No space left on device. old");
-    EXPECT_EQ(calls.log(), "open foobar rw: EACCES\n"
-                           "open foobar w\n"
-                           "fallocate foobar 28 from 0\n"
-                           "write foobar 28: ENOSPC\n");
+    EXPECT_EQ(calls.log(),
+              "open foobar rw: EACCES\n"
+              "open foobar w\n"
+              "fallocate foobar 28 from 0\n"
+              "write foobar 28: ENOSPC\n");
     calls.fail("open", EACCES);
     EXPECT_EQ(written(kShort), "new in the same file");
 }
@@ -382,10 +396,11 @@ TEST_F(WrittenFiles, WhatIsReservedIsGivenBack) {
     calls.fail("fallocate", ENOSPC);
     calls.fail("ftruncate", EINTR);
     written(kNew);
-    EXPECT_EQ(calls.log(), "open foobar rw\n"
-                           "fallocate foobar 28 from 0: ENOSPC\n"
-                           "ftruncate foobar 11: EINTR\n"
-                           "ftruncate foobar 11\n");
+    EXPECT_EQ(calls.log(),
+              "open foobar rw\n"
+              "fallocate foobar 28 from 0: ENOSPC\n"
+              "ftruncate foobar 11: EINTR\n"
+              "ftruncate foobar 11\n");
 }
 
 TEST_F(WrittenFiles, APipeIsWrittenTo) {
@@ -399,8 +414,9 @@ TEST_F(WrittenFiles, APipeIsWrittenTo) {
     EXPECT_EQ(::read(reader, text, sizeof text), 28);
     EXPECT_EQ(std::string(text, 28), kNew);
     calls.fail("open", EACCES);
-    EXPECT_EQ(refusal(write), "UnauthorizedAccessException: Access to the path 'foobar' is denied: "
-                              "there is no permission to write it.");
+    EXPECT_EQ(refusal(write),
+              "UnauthorizedAccessException: Access to the path 'foobar' is denied: "
+              "there is no permission to write it.");
     calls.fail("write", EPIPE);
     calls.fail("close", EIO);
     EXPECT_EQ(refusal(write), "IOException: Cannot write 'foobar': Broken pipe.");

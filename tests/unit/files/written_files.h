@@ -1,6 +1,6 @@
 // A fixture for files that are written: what is in their directory, and what is refused.
-#ifndef ZELMOR_TESTS_UNIT_RUNTIME_WRITTEN_FILES_H
-#define ZELMOR_TESTS_UNIT_RUNTIME_WRITTEN_FILES_H
+#ifndef ZELMOR_TESTS_UNIT_FILES_WRITTEN_FILES_H
+#define ZELMOR_TESTS_UNIT_FILES_WRITTEN_FILES_H
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -10,10 +10,10 @@
 #include <set>
 #include <span>
 
+#include "../runtime/with_directory.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "system_calls.h"
-#include "with_directory.h"
 
 namespace zelmor::embed::test {
 
@@ -84,9 +84,9 @@ class FilesTest : public test::WithDirectory {
         const std::string error = refusal([&] { write_file(path("foobar"), bytes_of(text)); });
         const std::string now = content("foobar");
         return (error.empty() ? "" : error + " ") +
-               (now == text     ? inode("foobar") == before ? "new in the same file" : "new"
+               (now == text   ? inode("foobar") == before ? "new in the same file" : "new"
                 : now == kOld ? "old"
-                                : now) +
+                              : now) +
                others();
     }
 
@@ -96,4 +96,4 @@ class FilesTest : public test::WithDirectory {
 
 }  // namespace zelmor::embed::test
 
-#endif  // ZELMOR_TESTS_UNIT_RUNTIME_WRITTEN_FILES_H
+#endif  // ZELMOR_TESTS_UNIT_FILES_WRITTEN_FILES_H

@@ -53,7 +53,7 @@ auto called(const char* name, bool told, const std::string& what, Call call) -> 
 std::string words_of(int flags) {
     std::string words = (flags & O_ACCMODE) == O_RDONLY ? " r" : (flags & O_ACCMODE) == O_WRONLY ? " w" : " rw";
     const std::pair<int, const char*> kinds[] = {
-        {O_TMPFILE, " nameless"}, {O_CREAT, " create"},          {O_EXCL, " exclusive"},
+        {O_TMPFILE, " nameless"}, {O_CREAT, " create"},        {O_EXCL, " exclusive"},
         {O_NOFOLLOW, " no link"}, {O_NONBLOCK, " no waiting"}, {O_TRUNC, " truncate"},
     };
     for (const auto& [bits, word] : kinds) {
@@ -225,7 +225,9 @@ ssize_t pread(int file, void* into, size_t count, off_t offset) {
 }
 
 ssize_t write(int file, const void* from, size_t count) {
-    const auto call = [&](size_t most) { return original<ssize_t(int, const void*, size_t)>("write")(file, from, most); };
+    const auto call = [&](size_t most) {
+        return original<ssize_t(int, const void*, size_t)>("write")(file, from, most);
+    };
     if (recording == nullptr) {
         return call(count);
     }
@@ -316,7 +318,9 @@ int access(const char* path, int mode) noexcept {
 }
 
 int faccessat(int directory, const char* path, int mode, int flags) noexcept {
-    const auto call = [&] { return original<int(int, const char*, int, int)>("faccessat")(directory, path, mode, flags); };
+    const auto call = [&] {
+        return original<int(int, const char*, int, int)>("faccessat")(directory, path, mode, flags);
+    };
     return recording == nullptr ? call() : called("faccessat", false, recording->name_of(path), call);
 }
 

@@ -67,19 +67,22 @@ TEST_F(NewFiles, AShortFileIsWrittenAtItsEndAndALongOneInADraft) {
         file.write(bytes_of(half));
         file.write(bytes_of("short"));
         file.write_at(3, bytes_of("four"));
-        EXPECT_EQ(calls.log(), "16 names looked at\n"
-                               "open . rw nameless\n"
-                               "flock draft\n"
-                               "pwrite draft 65536 at 0\n"
-                               "pwrite draft 5 at 65536\n"
-                               "pwrite draft 4 at 3\n");
+        EXPECT_EQ(calls.log(),
+                  "16 names looked at\n"
+                  "open . rw nameless\n"
+                  "flock draft\n"
+                  "pwrite draft 65536 at 0\n"
+                  "pwrite draft 5 at 65536\n"
+                  "pwrite draft 4 at 3\n");
         file.write_at(65541, bytes_of("end"));
         file.finish();
         EXPECT_NE(calls.log().find("pwrite draft 3 at 65541\n"
                                    "fsync draft\n"
                                    "linkat draft to foobar\n"
                                    "open . r directory\n"
-                                   "fsync .\n"), std::string::npos) << calls.log();
+                                   "fsync .\n"),
+                  std::string::npos)
+            << calls.log();
         EXPECT_EQ(content("foobar"), "xxxfour" + std::string(65529, 'x') + "shortend");
     }
     {
@@ -96,7 +99,8 @@ TEST_F(NewFiles, ADraftThatFailsIsToldOf) {
     SystemCalls calls(directory());
     NewFile file(path("foobar"));
     calls.fail("pwrite", ENOSPC);
-    EXPECT_EQ(refusal([&] { file.write(bytes_of(text)); }), "IOException: Cannot write 'foobar': No space left on device.");
+    EXPECT_EQ(refusal([&] { file.write(bytes_of(text)); }),
+              "IOException: Cannot write 'foobar': No space left on device.");
     NewFile other(path("foobar"));
     calls.fail("pwrite", EINTR);
     other.write(bytes_of(text));

@@ -25,12 +25,15 @@ TEST_F(FileNames, TargetsThatCannotBeWrittenAreRefusedAtOnce) {
     const std::string denied = "UnauthorizedAccessException: Access to the path ";
     EXPECT_EQ(refused("folder"), denied + "'folder' is denied: it is a directory.");
     EXPECT_EQ(refused("folder/"), denied + "'folder/' is denied: it is a directory.");
-    EXPECT_EQ(refused("none/other"), "DirectoryNotFoundException: Could not find a part of the path 'none/other': "
-                                     "there is no directory 'none'.");
-    EXPECT_EQ(refused("none/"), "DirectoryNotFoundException: Could not find a part of the path 'none/': "
-                                "there is no directory 'none'.");
-    EXPECT_EQ(refused("foobar/other"), "DirectoryNotFoundException: Could not find a part of the path 'foobar/other': "
-                                       "there is no directory 'foobar'.");
+    EXPECT_EQ(refused("none/other"),
+              "DirectoryNotFoundException: Could not find a part of the path 'none/other': "
+              "there is no directory 'none'.");
+    EXPECT_EQ(refused("none/"),
+              "DirectoryNotFoundException: Could not find a part of the path 'none/': "
+              "there is no directory 'none'.");
+    EXPECT_EQ(refused("foobar/other"),
+              "DirectoryNotFoundException: Could not find a part of the path 'foobar/other': "
+              "there is no directory 'foobar'.");
     SystemCalls calls(directory());
     const auto refused_by = [&](const char* name, int error) {
         calls.fail("faccessat", error);
@@ -76,13 +79,17 @@ TEST_F(FileNames, DirectoriesAndErrorsHaveNames) {
     const std::tuple<int, const char*, const char*> errors[] = {
         {ENOENT, "foobar", "FileNotFoundException: Could not find file 'foobar'."},
         {ENOTDIR, "foobar", "FileNotFoundException: Could not find file 'foobar'."},
-        {ENOENT, "none/a", "DirectoryNotFoundException: Could not find a part of the path 'none/a': "
-                           "there is no directory 'none'."},
-        {ENOTDIR, "none/a", "DirectoryNotFoundException: Could not find a part of the path 'none/a': "
-                            "there is no directory 'none'."},
+        {ENOENT, "none/a",
+         "DirectoryNotFoundException: Could not find a part of the path 'none/a': "
+         "there is no directory 'none'."},
+        {ENOTDIR, "none/a",
+         "DirectoryNotFoundException: Could not find a part of the path 'none/a': "
+         "there is no directory 'none'."},
         {EISDIR, "a", "UnauthorizedAccessException: Access to the path 'a' is denied: it is a directory."},
-        {EACCES, "a", "UnauthorizedAccessException: Access to the path 'a' is denied: there is no permission to see it."},
-        {EPERM, "a", "UnauthorizedAccessException: Access to the path 'a' is denied: there is no permission to see it."},
+        {EACCES, "a",
+         "UnauthorizedAccessException: Access to the path 'a' is denied: there is no permission to see it."},
+        {EPERM, "a",
+         "UnauthorizedAccessException: Access to the path 'a' is denied: there is no permission to see it."},
         {EROFS, "a", "UnauthorizedAccessException: Access to the path 'a' is denied: the file system is read-only."},
         {ENAMETOOLONG, "a", "PathTooLongException: The path 'a' is too long."},
         {EMFILE, "a", "IOException: Cannot see 'a': Too many open files."},
