@@ -128,6 +128,13 @@ TEST_F(HandlesTest, AHandleThatWasNeverHandedOutIsRecognized) {
     for (const uint64_t word : {1ull, 0xFFFFFFFFull, 0x100000000ull, 0x7FFF00001234ull, ~0ull}) {
         EXPECT_THROW(object_of(reinterpret_cast<Handle>(word)), ManagedException) << std::hex << word;
     }
+    try {
+        object_of(reinterpret_cast<Handle>(0x7FFF00001234));
+        ADD_FAILURE();
+    } catch (const ManagedException& e) {
+        EXPECT_EQ(e.name(), "InvalidOperationException");
+        EXPECT_EQ(e.detail(), "The handle 0x7fff00001234 is not live: it was given back already or never handed out.");
+    }
 }
 
 TEST_F(HandlesTest, HandlesAreCountedByKind) {
@@ -137,6 +144,14 @@ TEST_F(HandlesTest, HandlesAreCountedByKind) {
     Handle a = make_handle(make_instance("Zelmor.Imaging.LoadOptions"));
     Handle b = make_struct_handle(PointValue{});
     Handle c = make_handle(type_object(struct_type<PointValue>()));
+    std::vector<const ManagedObject*> out;
+    for_each_live_handle(
+        [](const ManagedObject& object, void* context) {
+            static_cast<std::vector<const ManagedObject*>*>(context)->push_back(&object);
+        },
+        &out);
+    EXPECT_EQ(static_cast<int64_t>(out.size()), live_handles());
+    EXPECT_EQ(std::count(out.begin(), out.end(), object_of(b)), 1);
     EXPECT_EQ(live_handles(HandleKind::kObject), objects + 1);
     EXPECT_EQ(live_handles(HandleKind::kStruct), structs + 1);
     EXPECT_EQ(live_handles(HandleKind::kType), types + 1);
@@ -144,6 +159,9 @@ TEST_F(HandlesTest, HandlesAreCountedByKind) {
     for (Handle handle : {a, b, c}) {
         free_handle(handle);
     }
+    EXPECT_EQ(live_handles(HandleKind::kObject), objects);
+    EXPECT_EQ(live_handles(HandleKind::kStruct), structs);
+    EXPECT_EQ(live_handles(HandleKind::kType), types);
 }
 
 TEST_F(HandlesTest, ManyHandlesStayDistinct) {
