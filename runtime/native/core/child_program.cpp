@@ -143,14 +143,14 @@ ChildResult run_child(const std::string& program, const std::vector<std::string>
             result.end = ChildResult::End::kTimedOut;
             return result;
         }
-        if (ours_in.get() >= 0 && sent == input.size()) {
+        if (sent == input.size()) {
             ours_in.reset();
         }
         pollfd waiting[2] = {{ours_out.get(), POLLIN, 0}, {ours_in.get(), POLLOUT, 0}};
-        if (poll(waiting, ours_in.get() >= 0 ? 2 : 1, static_cast<int>(left)) <= 0) {
-            continue;  // a signal, or the time is over
+        if (poll(waiting, 2, static_cast<int>(left)) <= 0) {  // which passes over what is closed
+            continue;                                         // a signal, or the time is over
         }
-        if (ours_in.get() >= 0 && waiting[1].revents != 0) {
+        if (waiting[1].revents != 0) {
             const ssize_t count =
                 send(ours_in.get(), input.data() + sent, input.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
             if (count > 0) {
@@ -174,11 +174,11 @@ ChildResult run_child(const std::string& program, const std::vector<std::string>
             }
         }
     }
-    const int status = child.wait();
-    if (status != -1 && WIFEXITED(status)) {
+    const int status = child.wait();  // -1 is neither
+    if (WIFEXITED(status)) {
         result.end = ChildResult::End::kExited;
         result.code = WEXITSTATUS(status);
-    } else if (status != -1 && WIFSIGNALED(status)) {
+    } else if (WIFSIGNALED(status)) {
         result.end = ChildResult::End::kSignaled;
         result.code = WTERMSIG(status);
     }

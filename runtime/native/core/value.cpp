@@ -131,7 +131,11 @@ std::string type_name_of_value(const Value& value) {
     if (is_null(value)) {
         return "null";
     }
-    const auto named = [](const char* name) { return std::string("System.") + name; };
+    const auto named = [](const char* name) {
+        std::string text = "System.";
+        text += name;
+        return text;
+    };
     return std::visit(Overloaded{
                           [](const std::monostate&) { return std::string("null"); },
                           [&](const bool&) { return named("Boolean"); },

@@ -93,6 +93,27 @@ TEST_F(NewFiles, AShortFileIsWrittenAtItsEndAndALongOneInADraft) {
     EXPECT_EQ(others(), "");
 }
 
+// What is written behind the end, with zeros in between, is long by its place.
+TEST_F(NewFiles, AFileIsLongByItsEnd) {
+    SystemCalls calls(directory());
+    NewFile file(path("foobar"));
+    file.write_at(0, bytes_of("short"));
+    file.write_at(60'000, bytes_of("x"));
+    EXPECT_EQ(calls.log(), "");
+    file.write_at(200'000, bytes_of("end"));
+    EXPECT_EQ(calls.log(),
+              "16 names looked at\n"
+              "open . rw nameless\n"
+              "flock draft\n"
+              "pwrite draft 60001 at 0\n"
+              "pwrite draft 3 at 200000\n");
+    file.finish();
+    std::string expected(200'000, '\0');
+    expected.replace(0, 5, "short");
+    expected[60'000] = 'x';
+    EXPECT_TRUE(content("foobar") == expected + "end");
+}
+
 TEST_F(NewFiles, ADraftThatFailsIsToldOf) {
     const std::string text(100'000, 'x');
     uint8_t byte[1];
