@@ -179,10 +179,7 @@ Value read_variant(const VariantArg* arg) {
         case kVariantTuple:
             return Ref<ManagedObject>(read_variant_list(arg));
         default:
-            if (arg->tag < kVariantNull || arg->tag > kVariantTuple) {
-                throw_argument("The value has the unknown variant tag " + std::to_string(arg->tag) + ".");
-            }
-            return PyHeld::borrow(python);
+            throw_argument("The value has the unknown variant tag " + std::to_string(arg->tag) + ".");
     }
 }
 
