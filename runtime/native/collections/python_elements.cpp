@@ -149,24 +149,6 @@ Value PythonElements::read(size_t index) const {
         return read_variant_element(index);
     }
     switch (m_element->wire) {
-        case Wire::kInt8:
-            return static_cast<int64_t>(read_number<int8_t>(index));
-        case Wire::kInt16:
-            return static_cast<int64_t>(read_number<int16_t>(index));
-        case Wire::kUInt16:
-            return static_cast<int64_t>(read_number<uint16_t>(index));
-        case Wire::kInt32:
-            return static_cast<int64_t>(read_number<int32_t>(index));
-        case Wire::kUInt32:
-            return static_cast<int64_t>(read_number<uint32_t>(index));
-        case Wire::kInt64:
-            return read_number<int64_t>(index);
-        case Wire::kUInt64:
-            return unsigned_value(read_number<uint64_t>(index));
-        case Wire::kSingle:
-            return static_cast<double>(read_number<float>(index));
-        case Wire::kDouble:
-            return read_number<double>(index);
         case Wire::kString: {
             PyStringArg text{-1, 0, nullptr};
             const PyHeld owner = fetch(index, &text);
@@ -208,26 +190,22 @@ Value PythonElements::read(size_t index) const {
 }
 
 template <class T>
-bool PythonElements::fill(ManagedList& list) const {
-    auto* numbers = dynamic_cast<ScalarList<T>*>(&list);
-    if (numbers == nullptr) {
-        return false;
-    }
+void PythonElements::fill(ManagedList& list) const {
+    auto& numbers = dynamic_cast<ScalarList<T>&>(list);
     if (!m_is_list) {
         for (size_t i = 0; i < m_size; ++i) {
-            numbers->items[i] = read_number<T>(i);
+            numbers.items[i] = read_number<T>(i);
         }
-        return true;
+        return;
     }
     // A list lends its elements: there is nothing to give back in between.
     const auto get = reinterpret_cast<int (*)(PyObject*, int, T*)>(m_typed);
     for (size_t i = 0; i < m_size; ++i) {
-        const int status = get(m_object, static_cast<int>(i), &numbers->items[i]);
+        const int status = get(m_object, static_cast<int>(i), &numbers.items[i]);
         if (status < 0) {
             throw_failed_access(status, reading(i));
         }
     }
-    return true;
 }
 
 bool PythonElements::read_into(ManagedList& list) const {
@@ -236,26 +214,36 @@ bool PythonElements::read_into(ManagedList& list) const {
     }
     switch (m_element->wire) {
         case Wire::kInt8:
-            return fill<int8_t>(list);
+            fill<int8_t>(list);
+            break;
         case Wire::kInt16:
-            return fill<int16_t>(list);
+            fill<int16_t>(list);
+            break;
         case Wire::kUInt16:
-            return fill<uint16_t>(list);
+            fill<uint16_t>(list);
+            break;
         case Wire::kInt32:
-            return fill<int32_t>(list);
+            fill<int32_t>(list);
+            break;
         case Wire::kUInt32:
-            return fill<uint32_t>(list);
+            fill<uint32_t>(list);
+            break;
         case Wire::kInt64:
-            return fill<int64_t>(list);
+            fill<int64_t>(list);
+            break;
         case Wire::kUInt64:
-            return fill<uint64_t>(list);
+            fill<uint64_t>(list);
+            break;
         case Wire::kSingle:
-            return fill<float>(list);
+            fill<float>(list);
+            break;
         case Wire::kDouble:
-            return fill<double>(list);
+            fill<double>(list);
+            break;
         default:
             return false;
     }
+    return true;
 }
 
 namespace {

@@ -17,9 +17,10 @@ class PythonElements {
     // `arg` has the tag of a Python list or of another sequence.
     PythonElements(const VariantArg& arg, const ElementType& element);
     size_t size() const { return m_size; }
-    // The element as a value. A failure in Python becomes a PythonException.
+    // The element as a value, unless read_into reads it. A failure in Python becomes a PythonException.
     Value read(size_t index) const;
-    // The elements of a list of numbers straight from the typed callback. False where there is none for the element.
+    // The elements of a list of numbers straight from the typed callback, into one of the same element. False where
+    // there is none for the element.
     bool read_into(ManagedList& list) const;
 
  private:
@@ -30,7 +31,7 @@ class PythonElements {
     template <class T>
     T read_number(size_t index) const;
     template <class T>
-    bool fill(ManagedList& list) const;
+    void fill(ManagedList& list) const;
     Value read_bytes_element(size_t index) const;
     Value read_variant_element(size_t index) const;
 

@@ -73,7 +73,7 @@ class Child {
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
     ~Child() {
-        if (m_process > 0) {
+        if (!m_is_over) {
             kill(m_process, SIGKILL);
             wait();
         }
@@ -87,12 +87,13 @@ class Child {
                 break;
             }
         }
-        m_process = -1;
+        m_is_over = true;
         return status;
     }
 
  private:
     pid_t m_process;
+    bool m_is_over = false;  // the number may be another process's then
 };
 
 // The process, or -1.

@@ -115,9 +115,10 @@ void run_on_row(void* context, CallFrame& frame) {
         const EntryInfo* info = entry_of(*entry.name);
         std::vector<const void*> arguments;
         for (size_t i = 0; i < argument_count(info); i++) {
-            constexpr std::string_view kNumbers = "bCcsSiIlLfd";
-            const bool is_number = kNumbers.find(frame.signature()[i + 1]) != std::string_view::npos;
-            arguments.push_back(is_number ? nullptr : frame.argument<const void*>(i));
+            const char code = frame.signature()[i + 1];
+            const bool may_be_null =
+                code == detail::Arg<std::string>::code || code == detail::Arg<std::span<const std::byte>>::code;
+            arguments.push_back(may_be_null ? frame.argument<const void*>(i) : nullptr);
         }
         throw named(null, info, arguments);
     }

@@ -1,6 +1,7 @@
 // What stands for a collection where a member names one, and what elements a collection takes.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
 #include <limits>
 #include <map>
@@ -340,6 +341,19 @@ TEST_F(CollectionArguments, ElementsHaveAnOrderOrNone) {
     EXPECT_EQ(shown(*floats), "NaN -2 1.5");
     floats->sort(true);
     EXPECT_EQ(shown(*floats), "1.5 -2 NaN");
+
+    // Zeros of either sign are equal, and keep their places.
+    for (const bool down : {false, true}) {
+        const auto zeros = list_of(ListShape::kArrayList, variant_element(), {0.0, -0.0, 0.0});
+        zeros->sort(down);
+        const auto numbers = list_of(ListShape::kList, element_of(Wire::kDouble), {0.0, -0.0, 0.0});
+        numbers->sort(down);
+        for (const auto& list : {zeros, numbers}) {
+            for (size_t i = 0; i < 3; ++i) {
+                EXPECT_EQ(std::signbit(std::get<double>(list->get(i))), i == 1);
+            }
+        }
+    }
 }
 
 TEST_F(CollectionArguments, ElementsOfAnotherTypeAreRefused) {

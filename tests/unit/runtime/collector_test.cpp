@@ -10,6 +10,9 @@
 #include <vector>
 
 #include "fake_python.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Objects.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Types.h"
+#include "runtime/native/behaviors/formats/cdr_texts.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/references.h"
@@ -188,6 +191,21 @@ class Early final : public ManagedObject {
  private:
     std::vector<Ref<Node>> m_self;
 };
+
+// The texts are kept beside the properties, where nothing says that they hold others.
+TEST_F(CollectorTest, TextsOfADrawingLeadBackToIt) {
+    namespace cdr = api::FileFormats::Cdr;
+    auto document = make_instance(cdr::Objects::CdrDocument::kType.name);
+    auto texts = make_instance(cdr::Types::CdrTextCollection::kType.name);
+    auto text = make_instance(cdr::Objects::CdrText::kType.name);
+    set_property(*text, "Document", document);
+    add_cdr_text(*texts, 1, text);
+    set_property(*document, "TextCollection", texts);
+    document = texts = text = nullptr;
+    EXPECT_GE(tracked(), 3U);
+    EXPECT_GE(collect_all(), 3U);
+    EXPECT_EQ(tracked(), 0U);
+}
 
 TEST_F(CollectorTest, AnObjectThatIsBeingMadeStays) {
     const AssemblyScope scope(Assembly::kImaging);
