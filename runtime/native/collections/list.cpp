@@ -363,7 +363,6 @@ void ValueList::resize(size_t count) {
     if (items.size() > count) {
         take_out(count, items.size() - count);
     }
-    items.reserve(count);
     // Each value type has a box of its own.
     const bool record = element().wire == Wire::kRecord;
     while (items.size() < count) {

@@ -83,7 +83,7 @@ TEST_F(NewFiles, AShortFileIsWrittenAtItsEndAndALongOneInADraft) {
                                    "fsync .\n"),
                   std::string::npos)
             << calls.log();
-        EXPECT_EQ(content("foobar"), "xxxfour" + std::string(65529, 'x') + "shortend");
+        EXPECT_EQ(content("foobar"), "xxxfour" + std::string(65529, 'x') + "short" + "end");
     }
     {
         NewFile file(path("foobar"));  // without an end nothing comes of it
