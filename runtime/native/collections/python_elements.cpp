@@ -1,6 +1,7 @@
 // Reading Python lists and sequences through the callbacks.
 #include "runtime/native/collections/python_elements.h"
 
+#include <cassert>
 #include <climits>
 #include <cstring>
 #include <string>
@@ -60,9 +61,7 @@ void throw_failed_access(int status, std::string_view doing_what) {
 
 PythonElements::PythonElements(const VariantArg& arg, const ElementType& element, Unmeasured)
     : m_object(static_cast<PyObject*>(arg.value)), m_element(&element), m_is_list(arg.tag == kHandlePyObject) {
-    if (arg.tag != kHandlePyObject && arg.tag != kHandlePySequence) {
-        throw_argument("A collection argument has the unknown tag " + std::to_string(arg.tag) + ".");
-    }
+    assert(arg.tag == kHandlePyObject || arg.tag == kHandlePySequence);
     m_typed = typed_slot(element, m_is_list);
 }
 

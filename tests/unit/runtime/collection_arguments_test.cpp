@@ -141,6 +141,11 @@ TEST_F(CollectionArguments, WhatDoesNotFitIsRefusedByTheNameOfTheType) {
     }
     test::release(python);
     EXPECT_FALSE(read_list(&none, int32()));
+    for (const int tag : {-1, 4}) {
+        const VariantArg odd{tag, nullptr};
+        EXPECT_EQ(refusal([&] { read_list(&odd, int32()); }),
+                  "InvalidCastException: Unable to cast object of type 'a Python object' to type 'a managed object'.");
+    }
 }
 
 TEST_F(CollectionArguments, APythonObjectBecomesWhatIsNamed) {
