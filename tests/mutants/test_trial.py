@@ -64,8 +64,8 @@ mine = [line for line in text.splitlines() if any(("deep" in line) == ("test_b" 
 text = re.sub(r"::zelmor_mutants::either[(]([0-9]+), ([0-9]+), ([0-9]+)[)]", choose, chr(10).join(mine))
 pathlib.Path("build/runs").open("a").write(" ".join(sys.argv[1:]) + chr(10))
 if "slow = 2" in text:
-    child = subprocess.Popen([sys.executable, "-c", "import time; time.sleep(600)"])
-    pathlib.Path("build/child").write_text(str(child.pid))
+    subprocess.Popen([sys.executable, "-c", "import time; time.sleep(600)", "child of " + os.getcwd()])
+    pathlib.Path("build/child").write_text("child of " + os.getcwd())
     time.sleep(600)
 for name in ("seen", "deep", "alone", "far", "member"):
     if f"{name} = 2" in text:
@@ -122,12 +122,15 @@ def contents(tree: Path) -> dict[str, str]:
             if file.is_file() and ".git" not in file.relative_to(tree).parts}
 
 
-def is_alive(pid: int) -> bool:
-    try:
-        state = Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()[0]
-    except FileNotFoundError:
-        return False
-    return state != "Z"
+def is_alive(argument: str) -> bool:
+    """Whether a process was started with the argument; by its number it is known only to those beside it."""
+    for file in Path("/proc").glob("[0-9]*/cmdline"):
+        try:
+            if argument.encode() in file.read_bytes().split(b"\0"):
+                return True
+        except (FileNotFoundError, ProcessLookupError):
+            pass  # it has ended
+    return False
 
 
 @pytest.mark.parametrize("jobs", [1, 3])
@@ -155,7 +158,7 @@ def test_each_outcome(tree: Path, capsys: pytest.CaptureFixture[str], jobs: int)
     assert text.count("constant") == 1
     # Everything is as it was in the tree, and nothing is left running.
     assert contents(tree) == before
-    child = int((trial.workshop.copy / BUILD / "child").read_text())
+    child = (trial.workshop.copy / BUILD / "child").read_text()
     for _ in range(100):
         if not is_alive(child):
             break
@@ -321,6 +324,20 @@ def test_commands_see_the_copy(tree: Path) -> None:
     run = shop.run(program(f"import os; print(os.getcwd(), open({str(shop.place / SOURCE)!r}).read())"))
     assert (run.code, run.output) == (0, f"{shop.place} changed\n")
     assert (tree / SOURCE).read_text() == TEXT
+
+
+def test_commands_see_no_processes_but_their_own(tree: Path) -> None:
+    """Else a change could make a test end all processes of the machine."""
+    shop = make_shop(tree)
+    if shop.place != tree.resolve():
+        pytest.skip("needs namespaces of mounts and processes")
+    shop.take_sources()
+    run = shop.run(program("import os; print(sorted(int(name) for name in os.listdir('/proc') if name.isdigit()) == "
+                           "sorted({1, os.getpid()}), open('/proc/self/stat').read().split()[0] == str(os.getpid()))"))
+    assert (run.code, run.output) == (0, "True True\n")
+    # What a program leaves behind ends with it.
+    run = shop.run(program("import subprocess; subprocess.Popen(['sleep', '600']); raise SystemExit(3)"))
+    assert run.code == 3 and run.seconds < 60
 
 
 def test_the_share_leaves_out_what_no_test_can_notice() -> None:

@@ -28,8 +28,11 @@ from typing import IO
 _MEMORY = 16 << 30
 BUILD = "build"  # the build tree in the copy
 
-# As an ordinary user one is root only until the copy is in its place.
-_IN_PLACE = 'mount --bind "$0" "$1" && cd "$1" && shift && exec "$@"'
+# As an ordinary user one is root only until the copy is in its place. The shell stays, as the first process of those
+# that the command sees, to wait for what the others leave behind.
+_IN_PLACE = 'mount --bind "$0" "$1" && cd "$1" && shift && "$@"; exit $?'
+# A change may end whatever it can reach: the commands see no processes but their own.
+_APART = ["--mount", "--pid", "--fork", "--mount-proc"]
 _WITHOUT_RIGHTS = ["setpriv", "--inh-caps=-all", "--ambient-caps=-all"]
 
 
@@ -69,13 +72,11 @@ def files_of(tree: Path) -> list[str]:
 
 def _in_place(tree: Path, copy: Path) -> list[str]:
     """What is put in front of a command so that it sees the copy as the tree; nothing if that cannot be done."""
-    ways = [["unshare", "--mount"]] if os.geteuid() == 0 else [
-        ["unshare", "--map-current-user", "--keep-caps", "--mount"]]
-    for way in ways:
-        command = [*way, "sh", "-c", _IN_PLACE, str(copy), str(tree)]
-        command += [] if os.geteuid() == 0 else _WITHOUT_RIGHTS
-        if shutil.which("unshare") and subprocess.run([*command, "true"], capture_output=True).returncode == 0:
-            return command
+    user = [] if os.geteuid() == 0 else ["--map-current-user", "--keep-caps"]
+    command = ["unshare", *user, *_APART, "sh", "-c", _IN_PLACE, str(copy), str(tree)]
+    command += _WITHOUT_RIGHTS if user else []
+    if shutil.which("unshare") and subprocess.run([*command, "true"], capture_output=True).returncode == 0:
+        return command
     return []
 
 
