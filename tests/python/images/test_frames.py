@@ -101,6 +101,20 @@ def test_tiff_pages_are_read(tmp_path: Path) -> None:
     assert worst(shown(image), source[1]) == 0
 
 
+@pytest.mark.parametrize("active", range(4))
+@pytest.mark.parametrize("removed", range(4))
+def test_the_active_page_stays_when_another_is_removed(tmp_path: Path, active: int, removed: int) -> None:
+    """Where it is removed itself, the one behind it takes its place, or the last one."""
+    image = cast(TiffImage, Image.load(write_tiff(tmp_path / "a.tif", pages(4))))
+    frames = list(image.frames)
+    image.active_frame = frames[active]
+    image.remove_frame(removed)
+    left = [frame for index, frame in enumerate(frames) if index != removed]
+    assert list(image.frames) == left
+    expected = frames[active] if active != removed else left[min(active, len(left) - 1)]
+    assert image.active_frame == expected and (image.width, image.height) == (expected.width, expected.height)
+
+
 @pytest.mark.parametrize("big", [False, True])
 @pytest.mark.parametrize("order", list(TiffByteOrder))
 def test_tiff_pages_are_written(tmp_path: Path, big: bool, order: TiffByteOrder) -> None:

@@ -172,6 +172,14 @@ def test_what_describes_the_picture() -> None:
     assert again.horizontal_resolution == pytest.approx(96, abs=0.5)
 
 
+@pytest.mark.parametrize("length", [1, 60_000, 65_533])
+def test_a_small_picture_with_a_long_comment(length: int) -> None:
+    comment = "c" * length
+    data = saved(image_of(noise()[:3, :3]), options(comment=comment))
+    again = JpegImage._cast_to(Image.load(io.BytesIO(data))).value
+    assert again.comment == comment and np.array_equal(samples(data), noise()[:3, :3])
+
+
 def test_the_end_of_the_picture_in_a_stream() -> None:
     data = saved(image_of(noise()), options())
     stream = io.BytesIO(data + b"behind")

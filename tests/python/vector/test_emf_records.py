@@ -218,6 +218,11 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
                             + b"".join(struct.pack("<2i4H", x, y, *color) for x, y, color in (
                                 (0, 20, (0xFF00, 0, 0, 0)), (96, 60, (0, 0, 0xFF00, 0)))) + words(0, 1)),
                  {(0, 40): 0xFE0001, (95, 40): 0x0100FE, (48, 10): WHITE}),
+    "gradient under a map": (emf_record(35, floats(0.5, 0, 0, 0.5, 40, 10)) + emf_record(118, BOUNDS + words(2, 1, 0)
+                             + b"".join(struct.pack("<2i4H", x, y, *color) for x, y, color in (
+                                 (0, 20, (0xFF00, 0, 0, 0)), (96, 60, (0, 0, 0xFF00, 0)))) + words(0, 1)),
+                             {(40, 30): 0xFC0003, (64, 30): 0x7D0082, (87, 30): 0x0300FC, (39, 30): WHITE,
+                              (89, 30): WHITE, (64, 19): WHITE, (64, 41): WHITE}),
     "gradient downwards": (emf_record(118, BOUNDS + words(2, 1, 1)
                                       + b"".join(struct.pack("<2i4H", x, y, *color) for x, y, color in (
                                           (20, 0, (0xFF00, 0, 0, 0)), (60, 96, (0, 0, 0xFF00, 0)))) + words(0, 1)),
