@@ -88,6 +88,36 @@ def test_an_arrow_has_its_holes(tmp_path: Path) -> None:
     assert is_white(page, 80, 37) and is_white(page, 80, 43)
 
 
+BLUE, GREEN = "draw:fill=\"solid\" draw:fill-color=\"#0000ff\"", "draw:fill=\"solid\" draw:fill-color=\"#00ff00\""
+HIDDEN, WITHOUT_OBJECTS = 'presentation:background-visible="false"', 'presentation:background-objects-visible="false"'
+SEEN = 'presentation:background-visible="true" presentation:background-objects-visible="true"'
+
+
+@pytest.mark.parametrize(("own", "of_master", "background", "with_shapes"), [
+    ("", "", [255, 255, 255], True), ("", BLUE, [0, 0, 255], True), (GREEN, BLUE, [0, 255, 0], True),
+    ('draw:fill="none"', BLUE, [0, 0, 255], True), (HIDDEN, BLUE, [255, 255, 255], True),
+    (f"{GREEN} {HIDDEN}", BLUE, [0, 255, 0], True), (f'draw:fill="none" {HIDDEN}', BLUE, [255, 255, 255], True),
+    (WITHOUT_OBJECTS, BLUE, [0, 0, 255], False), (SEEN, BLUE, [0, 0, 255], True),
+    (f"{HIDDEN} {WITHOUT_OBJECTS}", BLUE, [255, 255, 255], False), ("", HIDDEN, [255, 255, 255], True)])
+def test_a_page_has_the_background_and_the_shapes_of_its_master(tmp_path: Path, own: str, of_master: str,
+                                                                background: list[int], with_shapes: bool) -> None:
+    styles = RED + "".join(f'<style:style style:name="{name}" style:family="drawing-page">'
+                           f"<style:drawing-page-properties {properties}/></style:style>"
+                           for name, properties in (("own", own), ("master", of_master)))
+    shape = '<draw:rect draw:style-name="red" svg:x="60px" svg:y="40px" svg:width="10px" svg:height="20px"/>'
+    data = fodg(RECT, styles=styles).decode()
+    data = data.replace("<draw:page ", '<draw:page draw:style-name="own" ')
+    data = data.replace('style:page-layout-name="PM"/>',
+                        f'style:page-layout-name="PM" draw:style-name="master">{shape}</style:master-page>')
+    data = data.replace("<office:document ", "<office:document xmlns:presentation="
+                                             '"urn:oasis:names:tc:opendocument:xmlns:presentation:1.0" ')
+    expected = np.full((80, 100, 3), background)
+    expected[20:30, 10:40] = [255, 0, 0]
+    if with_shapes:
+        expected[40:60, 60:70] = [255, 0, 0]
+    assert np.array_equal(drawn(data.encode(), tmp_path), expected)
+
+
 def test_groups_and_hidden_layers(tmp_path: Path) -> None:
     data = odg(f"<draw:g>{RECT}</draw:g>")
     assert is_red(drawn(data, tmp_path), 15, 25)
