@@ -28,7 +28,7 @@ def sections(found: list[Pair]) -> dict[str, list[Pair]]:
     assert found[-1] == (0, "EOF")
     for i, (code, value) in enumerate(found[:-1]):
         if (code, value) == (0, "SECTION"):
-            assert not name
+            assert not name and found[i + 1][0] == 2
             name = found[i + 1][1]
             result[name] = []
         elif (code, value) == (0, "ENDSEC"):

@@ -434,6 +434,21 @@ def test_archives_of_deep_pictures_inks_and_photos(tmp_path: Path) -> None:
     assert np.array_equal(picture_in(path), decoded(photo()))
 
 
+def test_fonts_of_other_kinds_in_archives(tmp_path: Path) -> None:
+    """Letters with outlines of PostScript, whose subsets would need lists of names."""
+    if "Nimbus Sans" not in subprocess.run(["fc-match", "Nimbus Sans"], capture_output=True, text=True,
+                                           check=True).stdout:
+        pytest.skip("needs a font with outlines of PostScript: fonts-urw-base35")
+    content = '<text x="8" y="60" font-family="Nimbus Sans" font-size="24">Letters</text>'
+    (tmp_path / "plain").mkdir()
+    plain = written(tmp_path / "plain", drawing(content), options_with(PdfImageCompressionOptions.AUTO))
+    letters, expected = (drawn(path)[..., 0] < 128 for path in (archived(tmp_path, drawing(content), "A"), plain))
+    assert expected.sum() > 300 and abs(letters.sum() / expected.sum() - 1) < 0.1
+    for axis in (0, 1):
+        found, wanted = (np.flatnonzero(each.any(axis)) for each in (letters, expected))
+        assert abs(found[0] - wanted[0]) <= 2 and abs(found[-1] - wanted[-1]) <= 2
+
+
 def test_colors_of_archives_are_those_of_an_srgb_profile(tmp_path: Path) -> None:
     archive = Archive(archived(tmp_path, loaded(smooth()), "B"))
     (intent,) = archive.value(archive.value(archive.trailer["/Root"])["/OutputIntents"])

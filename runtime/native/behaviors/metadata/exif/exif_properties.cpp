@@ -336,7 +336,8 @@ std::optional<std::u16string> get_comment(const ExifProperty& row, ExifObject& s
     if (code != kAsciiCode && code != kNoCode) {
         throw_not_supported("ExifData.UserComment in an encoding other than ASCII and Unicode (its tag has the bytes)");
     }
-    rest = rest.substr(0, rest.find_last_not_of(std::string_view("\0 ", 2)) + 1);
+    using namespace std::string_view_literals;
+    rest = rest.substr(0, rest.find_last_not_of("\0 "sv) + 1);
     return to_utf16(rest);
 }
 void set_comment(const ExifProperty& row, ExifObject& self, const std::optional<std::u16string>& comment) {
