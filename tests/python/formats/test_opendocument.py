@@ -19,10 +19,11 @@ from zelmor.imaging.fileformats.opendocument.objects.graphic import (
     OdTextParagraph)
 from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
 from zelmor.imaging.imageloadoptions import OdLoadOptions
-from zelmor.imaging.imageoptions import OdgRasterizationOptions, PngOptions, TiffOptions
+from zelmor.imaging.imageoptions import OdgRasterizationOptions, PngOptions, SvgOptions, TiffOptions
 
 from support.catalogue import every_class
 from support.image_oracles import managed_error
+from support.metafiles import NULL_PEN, brush, emf, emf_record, select, words
 from support.office_files import cast, RED, TYPE, fodg, odg
 
 RECT = '<draw:rect draw:style-name="red" svg:x="10px" svg:y="20px" svg:width="30px" svg:height="10px"/>'
@@ -136,6 +137,21 @@ def test_a_custom_shape_follows_its_formulas(tmp_path: Path) -> None:
     page = drawn(odg(shape), tmp_path)  # a triangle that points to the right
     assert is_red(page, 22, 16) and is_red(page, 76, 40) and is_red(page, 22, 64)
     assert is_white(page, 76, 20) and is_white(page, 76, 60) and is_white(page, 18, 40)
+
+
+def test_a_metafile_of_the_archive_is_drawn_in_its_frame(tmp_path: Path) -> None:
+    """As a drawing: finer than its own pixels, and as shapes in a file without pixels."""
+    metafile = emf(select(NULL_PEN), brush(1, 0xFF0000), emf_record(43, words(24, 24, 72, 72)))
+    frame = ('<draw:frame svg:x="10px" svg:y="10px" svg:width="48px" svg:height="24px">'
+             '<draw:image xlink:href="Pictures/a.emf"/></draw:frame>')
+    data = odg(frame, files={"Pictures/a.emf": metafile})
+    red = (drawn(data, tmp_path) == [255, 0, 0]).all(axis=2)
+    assert red[17:27, 23:45].all()
+    red[15:29, 21:47] = False
+    assert not red.any()
+    svg = io.BytesIO()
+    opened(data).save(svg, SvgOptions())
+    assert b"<image" not in svg.getvalue() and b"ff0000" in svg.getvalue().lower()
 
 
 def test_a_picture_of_the_archive_is_drawn_and_given_out(tmp_path: Path) -> None:

@@ -11,7 +11,7 @@ import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import Image
 from zelmor.imaging.fileformats.wmf import WmfImage
-from zelmor.imaging.fileformats.wmf.objects import WmfCreatePalette, WmfCreatePatternBrush
+from zelmor.imaging.fileformats.wmf.objects import WmfCreatePalette, WmfCreatePatternBrush, WmfUntyped
 
 from support.drawn_metafiles import BLACK, BLUE, GREEN, RED, WHITE, color_at, drawn
 from support.metafiles import (bitmap_header, colorref, rows24, wmf, wmf_brush, wmf_color, wmf_pen, wmf_record,
@@ -318,3 +318,17 @@ def test_rows_that_are_outside_are_not_drawn() -> None:
 def test_pixels(color: int) -> None:
     picture = shown(wmf_record(0x041F, colorref(color) & 0xFFFF, colorref(color) >> 16, 40, 30))
     assert color_at(picture, (30, 40)) == color and len(picture.getcolors()) == 2
+
+
+@pytest.mark.parametrize("numbers", [(), (1,), (1, 2, 3, 4, 5, 6, 7)])
+def test_a_record_of_no_known_kind_says_its_own_size(numbers: tuple[int, ...]) -> None:
+    """However long it becomes, and whatever its property says."""
+    image = WmfImage._cast_to(Image.load(io.BytesIO(wmf(wmf_record(0x0777, 9, 8, 7), wmf_record(0x0102, 1))))).value
+    assert image is not None
+    (record,) = (record for record in image.records if isinstance(record, WmfUntyped))
+    assert (record.record_function, record.record_size, list(record.rd_parm)) == (0x0777, 6, [9, 8, 7])
+    record.rd_parm = numbers
+    record.record_size = 99
+    file = io.BytesIO()
+    image.save(file)
+    assert file.getvalue()[40:].startswith(wmf_record(0x0777, *numbers) + wmf_record(0x0102, 1))

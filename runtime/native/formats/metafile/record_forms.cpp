@@ -178,9 +178,6 @@ int64_t number_of(const Value& value) {
     if (const auto* number = std::get_if<int64_t>(&value)) {
         return *number;
     }
-    if (const auto* number = std::get_if<uint64_t>(&value)) {
-        return static_cast<int64_t>(*number);
-    }
     if (const auto* truth = std::get_if<bool>(&value)) {
         return *truth ? 1 : 0;
     }
