@@ -26,7 +26,7 @@ from .workshop import BUILD, Run, Workshop
 # A changed build that takes longer than this is given up.
 _BUILD_LIMIT = 3600.0
 # A test that is not named for any source of the sample, with no change chosen.
-_OTHERS_LIMIT = 300.0
+_OTHERS_LIMIT = 150.0
 # What all of these tests may take for one change, as long as they took without it: of more, an even choice is run.
 _OTHERS_SECONDS = 120.0
 # The build runs the unit tests to list them: where that fails, the source has been compiled.
