@@ -7,6 +7,7 @@ import re
 import subprocess
 import sys
 import time
+from collections.abc import Sequence
 from dataclasses import replace
 from pathlib import Path
 
@@ -223,6 +224,22 @@ else:
     for number in (1, 2, 3):
         trial.judge_by_others(number)
     assert runs.read_text().splitlines() == ['["x", "y"]', '["y"]', '["x"]']
+
+
+def test_a_file_that_fails_beside_another_only_has_noticed_nothing(tree: Path) -> None:
+    trial = make_trial(tree, "lost", "seen", tests=TESTS)
+    works = trial.workshop.commands
+
+    def test(place: Path, names: Sequence[str]) -> list[str]:
+        return program(f"print('FAILED {names[0]}::test_x'); raise SystemExit(1)") if len(names) > 1 else works.test(
+            place, names)
+
+    trial.workshop.commands = replace(works, test=test)
+    list(trial.prepare())
+    trial.reached = dict.fromkeys(TESTS, frozenset({1, 2}))
+    assert trial.judge(1).outcome is Outcome.SURVIVED
+    verdict = trial.judge(2)
+    assert (verdict.outcome, verdict.by) == (Outcome.NOTICED, "tests/python/test_a.py::test_seen")
 
 
 def test_a_test_that_the_map_does_not_name_is_asked_about_survivors(
