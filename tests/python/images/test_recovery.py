@@ -87,3 +87,15 @@ def test_an_intact_file_has_nothing_to_fill() -> None:
         file = io.BytesIO()
         Pillow.fromarray(gray).save(file, "JPEG")
         assert not (recovered(file.getvalue(), mode) == RED).all(axis=2).any()
+
+
+@pytest.mark.parametrize("mode", list(DataRecoveryMode))
+@pytest.mark.parametrize("progressive", [False, True])
+def test_a_sound_file_of_many_rows_is_the_same_in_every_mode(mode: DataRecoveryMode, progressive: bool) -> None:
+    """One that is read in several steps."""
+    picture = noise(3, 5, 700, 1500) // 8 + np.linspace(0, 200, 1500, dtype=np.uint8)[:, None, None]
+    file = io.BytesIO()
+    Pillow.fromarray(picture.astype(np.uint8)).save(file, "JPEG", quality=95, progressive=progressive)
+    with Pillow.open(file) as opened:
+        expected = np.asarray(opened).astype(int)
+    assert np.abs(recovered(file.getvalue(), mode) - expected).max() <= 2
