@@ -82,13 +82,13 @@ TEST_F(ZipStreamTest, WhatIsSkippedIsNotRead) {
 
 // Though the file has the rest of the data behind the end of the range.
 TEST_F(ZipStreamTest, NothingBehindTheRangeIsTaken) {
-    for (const size_t cut : {1, 20, 20'000}) {
+    for (const size_t cut : {20, 20'000}) {
         for (const bool of_copy : {false, true}) {
             ZipStream stream(memory_source(file()), range(cut));
             EXPECT_TRUE(stream.skip(1'000));
             const auto copy = stream.copy();
             ZipStream& asked = of_copy ? *copy : stream;
-            Bytes rest(plain.size() - 1'000 + 1);
+            Bytes rest(plain.size() - 1'000);
             EXPECT_FALSE(asked.read(rest));
             EXPECT_STREQ(asked.fault(), "the compressed data end too early");
             EXPECT_FALSE(asked.read(std::span(rest).first(1)));
