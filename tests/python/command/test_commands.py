@@ -251,12 +251,12 @@ def test_json_of_work(zelmor: Commands) -> None:
     assert found["jobs"][0]["details"] == {"before": "60x40", "after": "60x40"}
 
 
-def test_a_cluster_that_is_not_there(zelmor: Commands, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_a_cluster_that_is_not_there(zelmor: Commands) -> None:
     pytest.importorskip("distributed", reason="python3-distributed is not installed")
-    from zelmor.batch.cluster import ClusterWorkers
+    import dask
 
-    monkeypatch.setattr(ClusterWorkers.__init__, "__defaults__", (0.5,))
-    told = zelmor("convert", "a.jpg", "--to", "png", "--cluster", "tcp://127.0.0.1:9")
+    with dask.config.set({"distributed.comm.timeouts.connect": "0.5s"}):
+        told = zelmor("convert", "a.jpg", "--to", "png", "--cluster", "tcp://127.0.0.1:9")
     assert told.status == 2 and "there is no cluster at tcp://127.0.0.1:9" in told.err
 
 
