@@ -2,7 +2,6 @@
 #include "runtime/native/formats/tiff/page_layout.h"
 
 #include <algorithm>
-#include <cassert>
 #include <string>
 
 #include "runtime/native/formats/tiff/tiff_encoding.h"
@@ -151,7 +150,10 @@ void take_conversions(TiffInput& input, PageLayout& layout) {
 }
 
 void require_sides(const PageLayout& layout) {
-    assert(layout.width > 0 && layout.height > 0);  // the library opens no page without pixels
+    // The library opens no page without pixels; should another version do, what follows relies on some.
+    if (layout.width == 0 || layout.height == 0) {
+        throw PictureError(Failure::kDamaged, "the page has no pixels");
+    }
     if (layout.width > limits::kSide || layout.height > limits::kSide) {
         throw PictureError(Failure::kTooLarge,
                            "the page is " + std::to_string(layout.width) + " by " + std::to_string(layout.height) +
@@ -164,9 +166,10 @@ void take_palette(TiffInput& input, const PageLayout& layout, RowsHeader& header
     uint16_t* reds = nullptr;
     uint16_t* greens = nullptr;
     uint16_t* blues = nullptr;
-    // The library takes a page without one for gray, or refuses it.
-    [[maybe_unused]] const int there = TIFFGetField(input.get(), TIFFTAG_COLORMAP, &reds, &greens, &blues);
-    assert(there == 1);
+    // The library takes a page without one for gray, or refuses it; should another version not, nothing is read.
+    if (TIFFGetField(input.get(), TIFFTAG_COLORMAP, &reds, &greens, &blues) != 1) {
+        throw PictureError(Failure::kDamaged, "the page has no palette");
+    }
     const size_t count = size_t{1} << layout.bits;
     bool is_small = true;
     for (size_t i = 0; i < count; i++) {
