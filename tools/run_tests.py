@@ -1,8 +1,8 @@
 """Runs every test of the project; its last line counts them.
 
-The C++ unit tests run under ctest, the tests in Python under pytest. Both write a JUnit report to the build tree, from
-which the tests are counted. The exit code is 0 only if both runners succeed, both ran at least one test, and no test
-failed. This program contains no knowledge of single tests.
+The programs of the C++ unit tests that ctest lists run as wholes, the tests in Python under pytest. For both there is a
+JUnit report in the build tree, from which the tests are counted. The exit code is 0 only if both succeed, both ran at
+least one test, and no test failed. This program contains no knowledge of single tests.
 
 Where a .NET SDK is found, the tests in Python of the bridge itself run a second time, on .NET. The last line counts
 them apart, or says that there is no SDK.
@@ -10,18 +10,17 @@ them apart, or says that there is no SDK.
 
 import argparse
 import os
-import re
 import shutil
 import subprocess
 import sys
 import xml.etree.ElementTree as ElementTree
 from dataclasses import dataclass
 from pathlib import Path
-from typing import IO
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
 from tools.build_dotnet import find_sdk  # noqa: E402
 from tools.preload import SANITIZERS, preloaded  # noqa: E402
+from tools.unit_programs import programs_of, run_programs, write_report  # noqa: E402
 
 PYTHON = "/usr/bin/python3"
 #: Races that are none of this project's, for the thread sanitizer; each line has its reason.
@@ -69,7 +68,7 @@ class Count:
 
 
 def read_report(path: Path) -> Count:
-    """The outcomes in a JUnit report; ctest and pytest both write one element for each test."""
+    """The outcomes in a JUnit report, which has one element for each test."""
     count = Count()
     for case in ElementTree.parse(path).iter("testcase"):
         outcomes = {child.tag for child in case}
@@ -82,11 +81,21 @@ def read_report(path: Path) -> Count:
     return count
 
 
-def say_briefly(lines: IO[str]) -> None:
-    """Prints the output of a runner, except for the lines that only say that a test started or passed."""
-    for line in lines:
-        if not re.match(r"\s+Start +\d+:|\s*\d+/\d+ Test +#\d+: .* Passed ", line):
-            print(line, end="", flush=True)
+def run_unit_tests(build: Path, jobs: int, environment: dict[str, str]) -> tuple[Count, bool]:
+    """Runs the programs of unit tests, and prints what those say that fail; the flag is false if any did."""
+    print("== unit tests", flush=True)
+    report = build / "ctest.xml"
+    results = []
+    for result in run_programs(programs_of(build), build / "unit-reports", jobs, environment):
+        results.append(result)
+        if result.trouble or any(case.find("failure") is not None for case in result.cases):
+            print(f"{result.output}\n{result.program.name}: {result.trouble or 'tests failed'}", flush=True)
+    write_report(results, report)
+    count = read_report(report)
+    print(f"{count} by {len(results)} programs", flush=True)
+    if count.passed == 0:
+        print("unit tests: no test passed")
+    return count, count.failed == 0 and count.passed > 0
 
 
 def run(name: str, command: list[str], report: Path, environment: dict[str, str]) -> tuple[Count, bool]:
@@ -96,7 +105,8 @@ def run(name: str, command: list[str], report: Path, environment: dict[str, str]
     with subprocess.Popen(command, env=environment, text=True, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT) as runner:
         assert runner.stdout is not None
-        say_briefly(runner.stdout)
+        for line in runner.stdout:
+            print(line, end="", flush=True)
     code = runner.returncode
     if not report.exists():
         print(f"{name}: no report (exit code {code})")
@@ -194,10 +204,7 @@ def main() -> int:
     dotnet = DotnetBuild(build) if on_dotnet or arguments.fuzz else None
 
     if not (arguments.fuzz or arguments.under in ("debug", "threads", "valgrind") or arguments.tests):
-        report = build / "ctest.xml"
-        command = ["ctest", "--test-dir", str(build), "--output-on-failure", "-j", str(arguments.jobs),
-                   "--output-junit", str(report)]
-        count, well = run("ctest", command, report, environment)
+        count, well = run_unit_tests(build, arguments.jobs, environment)
         total, content = total + count, content and well
 
     trouble = dotnet.trouble() if dotnet is not None else ""
@@ -206,11 +213,12 @@ def main() -> int:
         report = build / f"{name}.xml"
         variables = environment | more
         command = watched(arguments.under, variables)
-        command += ["-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
+        command += ["-m", "pytest", "-q", "-p", "no:cacheprovider", "-p", "tools.pytest_byte_code",
+                    f"--junitxml={report}"]
         # The workers are started as the plain interpreter, so a tool that watches the interpreter allows no workers.
         if arguments.under in (None, "sanitizers", "threads") and arguments.jobs > 1:
             # By files, so that what a file sets up once is set up once.
-            command += ["-n", str(arguments.jobs), "--dist", "loadfile"]
+            command += ["-p", "tools.pytest_files", "-n", str(arguments.jobs), "--dist", "loadfile"]
         return run(name, command + tests, report, variables)
 
     count, well = run_pytest("pytest", arguments.tests or TESTS)
