@@ -207,7 +207,8 @@ def project_commands(jobs: int, launcher: str) -> Commands:
         if not names[0].endswith(".py"):
             return [sys.executable, "-m", "tools.mutants.unit_tests", f"{BUILD}/{names[0]}"]
         return ["env", f"PYTHONPATH={place / BUILD / 'python'}", f"ZELMOR_BUILD_DIR={place / BUILD}", sys.executable,
-                "-m", "pytest", "-q", "-x", "-p", "no:cacheprovider", "-p", "tools.mutants.cases", *names]
+                "-m", "pytest", "-q", "-x", "-p", "no:cacheprovider", "-p", "tools.pytest_byte_code",
+                "-p", "tools.mutants.cases", *names]
 
     def compile(copy: Path, source: str, target: Path) -> list[list[str]]:
         commands = []
