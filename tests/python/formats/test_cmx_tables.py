@@ -60,7 +60,7 @@ PICTURES = [simple(b"first"), simple(b"the second")]
 def shapes_of(long: bool, shapes: bytes, name: bytes, table: Table, pictures: Sequence[Any]) -> list[Any]:
     """The shapes of a file with pictures and a table, which is made for their places in the file."""
     lists = [(b"LIST", b"imag" + each(long)) for each in pictures]
-    make = long_cmx if long else cmx
+    make: Any = long_cmx if long else cmx
     shapes += cmx_command(68, parts(long, b"\0", lengths(long, 0, 0, 0.25, 0.25, 0) + bytes(4 if long else 2)))
     laid_out = make(shapes, tables=lists)
     places, at = [], 0
@@ -153,7 +153,8 @@ def test_sizes_and_kinds_of_tables_of_patterns(size: int, kind: int, known: bool
         return struct.pack("<HHH", 2, size, kind) + b"".join(struct.pack("<I", place) + b"\1" * (size - 4)
                                                              for place in reversed(places))
 
-    assert data_of(patterns(LONG, table, 2)) == ([b"the second", b"first"] if known else [None, None])
+    expected = [b"the second", b"first"]
+    assert data_of(patterns(LONG, table, 2)) == [each if known else None for each in expected]
 
 
 @pytest.mark.parametrize("kind", [4, 6])
