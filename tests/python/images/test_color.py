@@ -88,6 +88,22 @@ def test_binarize_bradley(tmp_path: Path, difference: float, window: int) -> Non
     assert worst(pixels(image, tmp_path, "L"), 255 * white) == 0
 
 
+@pytest.mark.parametrize("window", [3, 9, 151, 301])
+def test_binarize_bradley_of_many_rows(tmp_path: Path, window: int) -> None:
+    """The sums of windows go on where rows are worked on in several parts."""
+    source = np.random.default_rng(11).integers(0, 256, (1310, 19)).astype(np.uint8)
+    image = load(write(tmp_path / "a.png", source))
+    image.binarize_bradley(0.25, window)
+    reach, (height, width) = window // 2, source.shape
+    total = np.pad(source.astype(int), ((1, 0), (1, 0))).cumsum(0).cumsum(1)
+    rows, columns = np.mgrid[0:height, 0:width]
+    top, bottom = np.maximum(rows - reach, 0), np.minimum(rows + reach + 1, height)
+    left, right = np.maximum(columns - reach, 0), np.minimum(columns + reach + 1, width)
+    sums = total[bottom, right] - total[top, right] - total[bottom, left] + total[top, left]
+    white = 4 * source.astype(int) * (bottom - top) * (right - left) >= 3 * sums
+    assert worst(pixels(image, tmp_path, "L"), 255 * white) == 0
+
+
 @pytest.mark.parametrize(("width", "window"), [(61, 7), (56, 7), (55, 6), (20, 3), (200, 25)])
 def test_a_window_is_an_eighth_of_the_width(tmp_path: Path, width: int, window: int) -> None:
     """At least three pixels."""
