@@ -1,5 +1,5 @@
-"""The programs of unit tests of a build tree, each run as a whole: a process for each test would take three times as
-long.
+"""The programs of unit tests of a build tree, each run as a whole: a process for each test would take nearly
+twice as long.
 
 A program of GoogleTest stands in ctest's list once for each of its tests, anything else once.
 """
@@ -16,6 +16,8 @@ from pathlib import Path
 
 #: A program that takes longer hangs.
 LIMIT = 900.0
+#: What ctest knows of a test and is kept here. GoogleTest tells by itself what it skipped, and labels only select.
+_KNOWN = {"LABELS", "SKIP_REGULAR_EXPRESSION", "WORKING_DIRECTORY"}
 
 
 @dataclass(frozen=True)
@@ -29,12 +31,15 @@ class Program:
 
 
 def programs_of(folder: Path) -> list[Program]:
-    """The programs of a folder of a build tree, in the order of ctest."""
+    """The programs of a folder of a build tree, in the order of ctest. A test that asks for more of ctest than a
+    directory, an environment or a limit of time say, is refused with a ValueError."""
     listed = json.loads(subprocess.run(["ctest", "--test-dir", str(folder), "--show-only=json-v1"], check=True,
                                        text=True, capture_output=True).stdout)
     found: dict[tuple[str, ...], Program] = {}
     for test in listed["tests"]:
         properties = {entry["name"]: entry["value"] for entry in test["properties"]}
+        if properties.keys() - _KNOWN:
+            raise ValueError(f"{test['name']}: {', '.join(sorted(properties.keys() - _KNOWN))}: known to ctest alone")
         program, *arguments = test["command"]
         single = any(argument.startswith("--gtest_filter=") for argument in arguments)
         command = (program,) if single else (program, *arguments)
@@ -81,12 +86,12 @@ def run_program(program: Program, report: Path, environment: Mapping[str, str]) 
 
 def run_programs(programs: Sequence[Program], reports: Path, jobs: int,
                  environment: Mapping[str, str]) -> Iterator[Result]:
-    """Runs programs, so many at a time as there are jobs; yields what became of them as they end. Those with most tests
-    begin first, so that none of them is left alone at the end."""
+    """Runs programs, so many at a time as there are jobs; yields what became of them as they end. What is one
+    test begins first, then those with most tests, so that nothing long is left alone at the end."""
     reports.mkdir(exist_ok=True)
     with ThreadPoolExecutor(jobs) as pool:
         begun = [pool.submit(run_program, program, reports / f"{program.name}.xml", environment)
-                 for program in sorted(programs, key=lambda program: program.tests, reverse=True)]
+                 for program in sorted(programs, key=lambda program: (program.tests > 0, -program.tests))]
         for future in as_completed(begun):
             yield future.result()
 

@@ -46,6 +46,14 @@ def test_programs_are_listed_once(tmp_path: Path) -> None:
         Program("few", (str(tmp_path / "few"),), str(tmp_path), 1)]
 
 
+def test_what_only_ctest_can_do_is_refused(tmp_path: Path) -> None:
+    write_programs(tmp_path, {"program": ("", ["a"])})
+    with (tmp_path / "CTestTestfile.cmake").open("a") as file:
+        file.write('set_tests_properties([=[program.a]=] PROPERTIES ENVIRONMENT "A=1" TIMEOUT 5)\n')
+    with pytest.raises(ValueError, match=r"^program\.a: ENVIRONMENT, TIMEOUT: known to ctest alone$"):
+        programs_of(tmp_path)
+
+
 @pytest.mark.parametrize(("cases", "code", "tests", "count", "well", "said"), [
     ([PASSED, PASSED, SKIPPED], 0, 3, "2 passed, 0 failed, 1 skipped", True, None),
     ([PASSED, FAILED], 1, 2, "1 passed, 1 failed", False, "tests failed"),

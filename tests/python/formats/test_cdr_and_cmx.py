@@ -28,6 +28,7 @@ from zelmor.imaging.fileformats.cmx.objectmodel.specs import (CmxEllipseSpec, Cm
                                                               CmxRectangleSpec)
 from zelmor.imaging.imageoptions import CdrRasterizationOptions, PngOptions, SvgOptions
 
+from support.cdr_documents import objects_of
 from support.image_oracles import managed_error
 from support.office_files import (
     CMX_END, CdrParagraph, cast, cdr, cdr_arrow, cdr_artistic, cdr_bitmap, cdr_curve, cdr_ellipse, cdr_font,
@@ -67,22 +68,6 @@ def test_shapes_stand_where_they_should(tmp_path: Path, data: bytes, file_format
     assert ink[55, 92:100].all() and not ink[32, 90:94].any()  # the triangle
     if colored:
         assert page[48, 48].tolist() == [255, 0, 0] and page[48, 144].tolist() == [0, 0, 255]
-
-
-def objects_of(data: bytes, kind: Any) -> list[Any]:
-    """All objects of a class, wherever they stand in the document."""
-    found: list[Any] = []
-
-    def walk(container: Any) -> None:
-        for item in container.items:
-            made, inner = kind._cast_to(item)
-            if made:
-                found.append(inner)
-            made, inner = CdrObjectContainer._cast_to(item)
-            if made:
-                walk(inner)
-    walk(cast(CdrImage, Image.load(io.BytesIO(data))).cdr_document)
-    return found
 
 
 @pytest.mark.parametrize("version", [600, 1300, 1500])

@@ -4,18 +4,16 @@ Bytes that mean nothing are not zero here, so that a number that is read at anot
 
 from __future__ import annotations
 
-import io
 import itertools
 import struct
 from typing import Any
 
 import pytest
-from zelmor.imaging import Image
-from zelmor.imaging.fileformats.cdr import CdrImage
-from zelmor.imaging.fileformats.cdr.objects import (CdrArrow, CdrBmp, CdrFill, CdrFillTransform, CdrObjectContainer,
-                                                    CdrOutline, CdrPattern, CdrPpdt)
+from zelmor.imaging.fileformats.cdr.objects import (CdrArrow, CdrBmp, CdrFill, CdrFillTransform, CdrOutline, CdrPattern,
+                                                    CdrPpdt)
 
-from support.office_files import cast, cdr, cdr_shape, chunk, long_length
+from support.cdr_documents import objects_of
+from support.office_files import cdr, cdr_shape, chunk, long_length
 
 SHORT_VERSIONS, LONG_VERSIONS = (600, 700, 800, 900, 1200), (1300, 1400, 1500)
 NO_PALETTE = 0x1E  # a model of colors
@@ -35,19 +33,8 @@ def facts(made: Any) -> tuple[int, int]:
 
 def of_chunks(kind: Any, version: int, *chunks: bytes) -> list[Any]:
     """The objects of a class that come from chunks, behind those which every file has."""
-    found: list[Any] = []
-
-    def walk(container: Any) -> None:
-        for item in container.items:
-            made, inner = kind._cast_to(item)
-            if made:
-                found.append(inner)
-            made, inner = CdrObjectContainer._cast_to(item)
-            if made:
-                walk(inner)
     file = cdr(cdr_shape(2, bytes(20), 0, 0, 1, version=version), more=b"".join(chunks), version=version)
-    walk(cast(CdrImage, Image.load(io.BytesIO(file))).cdr_document)
-    return found[-len(chunks):]
+    return objects_of(file, kind)[-len(chunks):]
 
 
 def only(kind: Any, data: bytes, version: int) -> Any:
